@@ -1,0 +1,27 @@
+# zarvo_add_qtest(<source> [LIBS <targets>...] [SOURCES <extra>...] [TIMEOUT <s>])
+#
+# One QtTest executable per source file, named after the file. Every test runs
+# with the offscreen platform and with UDP broadcasts pointed at loopback, so
+# that no test ever sends a packet off this machine.
+function(zarvo_add_qtest source)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;SOURCES" ${ARGN})
+    get_filename_component(name ${source} NAME_WE)
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${source} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE Qt5::Test ${ARG_LIBS})
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${ARG_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
+endfunction()
+
+# Adds every tst_*.cpp of the calling folder as its own test.
+function(zarvo_add_qtests_in_folder)
+    cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tst_*.cpp)
+    foreach(source IN LISTS sources)
+        zarvo_add_qtest(${source} LIBS ${ARG_LIBS})
+    endforeach()
+endfunction()

@@ -1,0 +1,271 @@
+#include "qlog.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QJsonDocument>
+#include <QMutex>
+#include <QMutexLocker>
+
+#include <cstdio>
+#include <memory>
+
+namespace velk {
+
+namespace {
+
+const char* const kReset = "\033[0m";
+
+bool consoleDefault()
+{
+    const QByteArray env = qgetenv("VELK_LOG_CONSOLE").toLower();
+    return !(env == "0" || env == "off" || env == "false");
+}
+
+bool& consoleFlag()
+{
+    static bool on = consoleDefault();
+    return on;
+}
+
+QString jsonText(const QJsonValue& value)
+{
+    switch (value.type()) {
+    case QJsonValue::Object:
+        return QString::fromUtf8(QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact));
+    case QJsonValue::Array:
+        return QString::fromUtf8(QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact));
+    case QJsonValue::String:
+        return value.toString();
+    case QJsonValue::Bool:
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    case QJsonValue::Double:
+        return QString::number(value.toDouble(), 'g', 15);
+    case QJsonValue::Null:
+        return QStringLiteral("null");
+    case QJsonValue::Undefined:
+        break;
+    }
+    return QStringLiteral("undefined");
+}
+
+// Open log files, kept open between lines: a panel PC logs for months, and
+// reopening the file for every line costs more than the line itself. Keyed by
+// absolute path because tests and hosts may change the working directory.
+struct LogFiles
+{
+    QMutex mutex;
+    QHash<QString, std::shared_ptr<QFile>> files;
+    qint64 maxBytes = 8 * 1024 * 1024;
+    int keep = 4;
+};
+
+LogFiles& logFiles()
+{
+    static LogFiles files;
+    return files;
+}
+
+void rotate(const QString& path, int keep)
+{
+    if (keep < 1) {
+        QFile::remove(path);
+        return;
+    }
+    QFile::remove(QStringLiteral("%1.%2").arg(path).arg(keep));
+    for (int i = keep - 1; i >= 1; --i) {
+        QFile::rename(QStringLiteral("%1.%2").arg(path).arg(i),
+                      QStringLiteral("%1.%2").arg(path).arg(i + 1));
+    }
+    QFile::rename(path, path + QStringLiteral(".1"));
+}
+
+void appendToFile(const QString& fileName, const QByteArray& line)
+{
+    LogFiles& lf = logFiles();
+    QMutexLocker lock(&lf.mutex);
+    const QString path = QFileInfo(fileName).absoluteFilePath();
+    std::shared_ptr<QFile> file = lf.files.value(path);
+    if (file && !file->exists()) {
+        // Removed or rotated away behind our back: start a new one.
+        lf.files.remove(path);
+        file.reset();
+    }
+    if (!file) {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        file = std::make_shared<QFile>(path);
+        if (!file->open(QIODevice::WriteOnly | QIODevice::Append)) {
+            return;
+        }
+        lf.files.insert(path, file);
+    }
+    if (lf.maxBytes > 0 && file->size() + line.size() > lf.maxBytes && file->size() > 0) {
+        file->close();
+        lf.files.remove(path);
+        rotate(path, lf.keep);
+        file = std::make_shared<QFile>(path);
+        if (!file->open(QIODevice::WriteOnly | QIODevice::Append)) {
+            return;
+        }
+        lf.files.insert(path, file);
+    }
+    file->write(line);
+    file->flush();
+}
+
+} // namespace
+
+QLog::QLog(const QString& colour, const QString& prefix, const QString& extra)
+    : m_colour(colour)
+    , m_head(prefix)
+{
+    if (!extra.isEmpty()) {
+        m_head += QLatin1Char(' ') + extra;
+    }
+}
+
+QLog::~QLog()
+{
+    if (!m_written) {
+        writeConsole();
+    }
+}
+
+QLog& QLog::space()
+{
+    m_space = true;
+    return *this;
+}
+
+QLog& QLog::nospace()
+{
+    m_space = false;
+    return *this;
+}
+
+QLog& QLog::appendItem(const QString& item)
+{
+    if (m_space && !m_first) {
+        m_items += QLatin1Char(' ');
+    }
+    m_items += item;
+    m_first = false;
+    return *this;
+}
+
+QLog& QLog::operator<<(const QString& text) { return appendItem(text); }
+QLog& QLog::operator<<(const char* text) { return appendItem(QString::fromUtf8(text)); }
+QLog& QLog::operator<<(QChar c) { return appendItem(QString(c)); }
+QLog& QLog::operator<<(bool value)
+{
+    return appendItem(value ? QStringLiteral("true") : QStringLiteral("false"));
+}
+QLog& QLog::operator<<(int value) { return appendItem(QString::number(value)); }
+QLog& QLog::operator<<(unsigned int value) { return appendItem(QString::number(value)); }
+QLog& QLog::operator<<(qint64 value) { return appendItem(QString::number(value)); }
+QLog& QLog::operator<<(quint64 value) { return appendItem(QString::number(value)); }
+QLog& QLog::operator<<(double value) { return appendItem(QString::number(value, 'g', 15)); }
+QLog& QLog::operator<<(const QJsonObject& json) { return appendItem(jsonText(json)); }
+QLog& QLog::operator<<(const QJsonArray& json) { return appendItem(jsonText(json)); }
+QLog& QLog::operator<<(const QJsonValue& json) { return appendItem(jsonText(json)); }
+
+QLog& QLog::operator<<(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::QString:
+    case QMetaType::QByteArray:
+    case QMetaType::QChar:
+    case QMetaType::Bool:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return appendItem(value.toString());
+    case QMetaType::QVariantList:
+    case QMetaType::QVariantMap:
+    case QMetaType::QStringList:
+        return appendItem(jsonText(QJsonValue::fromVariant(value)));
+    case QMetaType::UnknownType:
+        return appendItem(QStringLiteral("null"));
+    default:
+        break;
+    }
+    QString text;
+    QDebug(&text).noquote().nospace() << value;
+    return appendItem(text);
+}
+
+QString QLog::text() const
+{
+    if (m_items.isEmpty()) {
+        return m_head;
+    }
+    return m_head + QLatin1Char(' ') + m_items;
+}
+
+void QLog::writeConsole()
+{
+    m_written = true;
+    if (!consoleFlag()) {
+        return;
+    }
+    const QByteArray line = (m_colour + text()).toUtf8() + kReset + '\n';
+    std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+    std::fflush(stderr);
+}
+
+void QLog::setConsoleEnabled(bool on) { consoleFlag() = on; }
+bool QLog::isConsoleEnabled() { return consoleFlag(); }
+
+QFLog::QFLog(const QString& colour, const QString& prefix, const QString& extra,
+             const QString& filePath, const QString& logName)
+    : QLog(colour, prefix, extra)
+    , m_file(fileName(filePath, logName))
+{
+}
+
+QFLog::~QFLog()
+{
+    if (!m_file.isEmpty()) {
+        appendToFile(m_file, text().toUtf8() + '\n');
+    }
+    writeConsole();
+}
+
+QString QFLog::fileName(const QString& filePath, const QString& logName)
+{
+    if (filePath.isEmpty()) {
+        return QString();
+    }
+    if (logName.isEmpty()) {
+        return filePath;
+    }
+    return filePath + QLatin1Char('.') + logName;
+}
+
+void QFLog::setRotation(qint64 maxBytes, int keep)
+{
+    LogFiles& lf = logFiles();
+    QMutexLocker lock(&lf.mutex);
+    lf.maxBytes = maxBytes;
+    lf.keep = keep;
+}
+
+qint64 QFLog::rotationSize()
+{
+    LogFiles& lf = logFiles();
+    QMutexLocker lock(&lf.mutex);
+    return lf.maxBytes;
+}
+
+int QFLog::rotationKeep()
+{
+    LogFiles& lf = logFiles();
+    QMutexLocker lock(&lf.mutex);
+    return lf.keep;
+}
+
+} // namespace velk

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "velk_global.h"
+
+#include <QDebug>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <QVariant>
+
+namespace velk {
+
+// A log line built as a stream and written when the object is destroyed:
+//   <colour><prefix>[ <extra>] <item> <item> ...\033[0m
+// on standard error. Text items (QString, const char*, string variants) are
+// written as they are: no quotes, no escapes, so Chinese stays readable. JSON
+// values are written as compact JSON; anything else in QDebug's form.
+//
+//   velk::QLog("\033[32m", "[d|06/01 10:00:00.000]", "").space() << "n:" << name;
+class VELK_EXPORT QLog
+{
+public:
+    QLog(const QString& colour, const QString& prefix, const QString& extra);
+    virtual ~QLog();
+
+    QLog(const QLog&) = delete;
+    QLog& operator=(const QLog&) = delete;
+
+    // Items are separated by one blank (the default), or joined directly.
+    QLog& space();
+    QLog& nospace();
+
+    QLog& operator<<(const QString& text);
+    QLog& operator<<(const char* text);
+    QLog& operator<<(QChar c);
+    QLog& operator<<(const QVariant& value);
+    QLog& operator<<(const QJsonObject& json);
+    QLog& operator<<(const QJsonArray& json);
+    QLog& operator<<(const QJsonValue& json);
+    QLog& operator<<(bool value);
+    QLog& operator<<(int value);
+    QLog& operator<<(unsigned int value);
+    QLog& operator<<(qint64 value);
+    QLog& operator<<(quint64 value);
+    QLog& operator<<(double value);
+
+    // Everything else QDebug knows how to print.
+    template <typename T>
+    QLog& operator<<(const T& value)
+    {
+        QString text;
+        QDebug(&text).noquote().nospace() << value;
+        return appendItem(text);
+    }
+
+    // The line as built so far, without colour codes.
+    QString text() const;
+
+    // Process-wide switch for console output (file output is unaffected).
+    // Starts on unless $VELK_LOG_CONSOLE is "0" or "off".
+    static void setConsoleEnabled(bool on);
+    static bool isConsoleEnabled();
+
+protected:
+    QLog& appendItem(const QString& item);
+    void writeConsole();
+    // Set by subclasses that wrote the line themselves.
+    bool m_written = false;
+
+private:
+    QString m_colour;
+    QString m_head;
+    QString m_items;
+    bool m_space = true;
+    bool m_first = true;
+};
+
+// A QLog that also appends the line, without colour codes, to a log file.
+//
+// File name: `filePath` + "." + `logName` when a log name is given, else
+// `filePath` ("./log/zarvo" and "log" give ./log/zarvo.log). The folder is
+// created when missing. Each line is appended and flushed at once. When the
+// file reaches the rotation size it becomes <file>.1 (older ones shift up to
+// <file>.<keep>, the oldest is removed), so logs never fill the disk.
+// A file that cannot be opened leaves the console line.
+class VELK_EXPORT QFLog : public QLog
+{
+public:
+    QFLog(const QString& colour, const QString& prefix, const QString& extra,
+          const QString& filePath, const QString& logName);
+    ~QFLog() override;
+
+    static QString fileName(const QString& filePath, const QString& logName);
+
+    // Defaults: 8 MiB a file, 4 rotated files kept.
+    static void setRotation(qint64 maxBytes, int keep);
+    static qint64 rotationSize();
+    static int rotationKeep();
+
+private:
+    QString m_file;
+};
+
+} // namespace velk

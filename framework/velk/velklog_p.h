@@ -1,0 +1,30 @@
+#pragma once
+
+// Diagnostics of the framework itself, in the same line form as the modules' logs.
+
+#include "qlog.h"
+
+#include <QDateTime>
+
+namespace velk {
+namespace internal {
+
+inline QString timePrefix(char level)
+{
+    return QStringLiteral("[%1|%2]")
+        .arg(QLatin1Char(level))
+        .arg(QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz")));
+}
+
+inline void warn(const QString& text)
+{
+    QLog(QStringLiteral("\033[33m"), timePrefix('W'), QStringLiteral("<velk>")) << text;
+}
+
+inline void error(const QString& text)
+{
+    QLog(QStringLiteral("\033[31m"), timePrefix('E'), QStringLiteral("<velk>")) << text;
+}
+
+} // namespace internal
+} // namespace velk
