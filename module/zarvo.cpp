@@ -1,0 +1,53 @@
+#include "module/zarvo.h"
+
+#include "controller/controllermanager.h"
+#include "module/managerhelper.h"
+#include "services/modulelog.h"
+#include "settings/settingmanager.h"
+#include "theme/thememanager.h"
+
+#include <velk/modulemanager.h>
+#include <velk/velk.h>
+
+Zarvo::Zarvo(QObject* parent)
+    : pomr::BModule(parent)
+{
+    zarvo::startLog() << "------" << name() << "------";
+    velk::m().regist(this, name());
+    helper().registRootQrcAlias(name());
+}
+
+Zarvo::~Zarvo()
+{
+    helper().cancelQrcAlias(name());
+    velk::m().cancel(this, name());
+}
+
+QString Zarvo::name() const
+{
+    return QStringLiteral("zarvo");
+}
+
+void Zarvo::setup()
+{
+    addSubmodule(setting());
+    addSubmodule(rc());
+    addSubmodule(theme());
+}
+
+void Zarvo::init() {}
+
+void Zarvo::render() {}
+
+void Zarvo::idle()
+{
+    rc()->connectToRC(true, true);
+    connect(theme(), &ThemeManager::themeChanged, this, &Zarvo::startRender, Qt::UniqueConnection);
+}
+
+void Zarvo::detach()
+{
+    removeSubmodule(theme());
+    removeSubmodule(rc());
+    removeSubmodule(setting());
+}

@@ -1,0 +1,50 @@
+#include "services/modulelog.h"
+
+#include <QDateTime>
+
+namespace zarvo {
+
+namespace {
+
+velk::QFLog fileLog(const char* colour, const char* marker)
+{
+    return velk::QFLog(QString::fromLatin1(colour), QString::fromLatin1(marker).arg(logTime()),
+                       QString(), logPath(), QStringLiteral("log"));
+}
+
+} // namespace
+
+QString logPath()
+{
+    return QStringLiteral("./log/%1").arg(QStringLiteral("zarvo"));
+}
+
+QString logTime()
+{
+    return QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz"));
+}
+
+velk::QFLog startLog()
+{
+    return fileLog("\033[35m", "[S|%1]");
+}
+velk::QFLog infoLog()
+{
+    return fileLog("\033[36m", "[I|%1]");
+}
+velk::QFLog warnLog()
+{
+    return fileLog("\033[33m", "[W|%1]");
+}
+velk::QFLog errorLog()
+{
+    return fileLog("\033[31m", "[E|%1]");
+}
+
+velk::QLog debugLog()
+{
+    return velk::QLog(QStringLiteral("\033[32m"), QStringLiteral("[d|%1]").arg(logTime()),
+                      QString());
+}
+
+} // namespace zarvo
