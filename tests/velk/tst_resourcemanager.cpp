@@ -1,5 +1,6 @@
 #include "stderrcapture.h"
 
+#include <velk/qlog.h>
 #include <velk/resourcemanager.h>
 #include <velk/resourcewatcher.h>
 #include <velk/velk.h>
@@ -54,6 +55,8 @@ class tst_ResourceManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Diagnostics are checked on standard error, whatever the environment says.
+    void initTestCase() { velk::QLog::setConsoleEnabled(true); }
     void init();
     void cleanup();
 

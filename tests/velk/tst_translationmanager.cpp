@@ -1,5 +1,6 @@
 #include "stderrcapture.h"
 
+#include <velk/qlog.h>
 #include <velk/translationmanager.h>
 #include <velk/velk.h>
 
@@ -56,6 +57,8 @@ class tst_TranslationManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // Diagnostics are checked on standard error, whatever the environment says.
+    void initTestCase() { velk::QLog::setConsoleEnabled(true); }
     void cleanup();
 
     void json_data();
