@@ -186,8 +186,21 @@ QLog& QLog::operator<<(const QVariant& value)
         return appendItem(value.toString());
     case QMetaType::QVariantList:
     case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
     case QMetaType::QStringList:
         return appendItem(jsonText(QJsonValue::fromVariant(value)));
+    // Module-object values often hold JSON: print it as JSON, not QDebug's
+    // "QVariant(QJsonObject, ...)" wrapping.
+    case QMetaType::QJsonValue:
+        return appendItem(jsonText(value.toJsonValue()));
+    case QMetaType::QJsonObject:
+        return appendItem(jsonText(value.toJsonObject()));
+    case QMetaType::QJsonArray:
+        return appendItem(jsonText(value.toJsonArray()));
+    case QMetaType::QJsonDocument: {
+        const QJsonDocument doc = value.toJsonDocument();
+        return appendItem(doc.isArray() ? jsonText(doc.array()) : jsonText(doc.object()));
+    }
     case QMetaType::UnknownType:
         return appendItem(QStringLiteral("null"));
     default:

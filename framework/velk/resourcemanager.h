@@ -17,7 +17,8 @@ class ResourceWatcher;
 // Watchers: a write of key K reports to the watcher of K (its new value) and
 // to the watcher of the whole document (the document); a write of the whole
 // document reports to the watcher of the whole document and to every key
-// watcher of that resource (each with its key's new value).
+// watcher of that resource (each with its key's new value). The same holds
+// for nested keys: a write of "a" or "a/b/c" reports to the watcher of "a/b".
 class VELK_EXPORT ResourceManager : public QObject
 {
     Q_OBJECT
@@ -44,7 +45,9 @@ public:
     QJsonValue get(QObject* owner, const QString& name, const QString& key,
                    bool* ok = nullptr) const;
     // Write the value at `key` (missing levels are created; a resource never
-    // registered is created). `notify`: tell the watchers.
+    // registered is created). `notify`: tell the watchers. An undefined value
+    // removes the key. False when a level of `key` holds a non-object value,
+    // or when the whole document is given something other than an object.
     bool set(QObject* owner, const QString& name, const QString& key, const QJsonValue& value,
              bool notify);
 
