@@ -39,27 +39,37 @@ NetworkHandle::NetworkHandle(NetworkType type, QObject* parent)
     if (type == TCP) {
         auto* tcp = new QTcpSocket(this);
         d->socket = tcp;
-        connect(tcp, &QTcpSocket::readyRead, this, [this] { d->readTcp(); });
+        connect(tcp, &QTcpSocket::readyRead, this,
+                [this] { d->fromSocket([this] { d->readTcp(); }); });
         connect(tcp, &QTcpSocket::connected, this, [this] {
             d->reader.reset();
             // Requests and answers are small and interactive.
             d->socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         });
-        connect(tcp, &QTcpSocket::disconnected, this, [this] { d->finishTcpStream(); });
+        connect(tcp, &QTcpSocket::disconnected, this,
+                [this] { d->fromSocket([this] { d->finishTcpStream(); }); });
     } else {
         auto* udp = new QUdpSocket(this);
         d->socket = udp;
-        connect(udp, &QUdpSocket::readyRead, this, [this] { d->readUdp(); });
+        connect(udp, &QUdpSocket::readyRead, this,
+                [this] { d->fromSocket([this] { d->readUdp(); }); });
     }
-    connect(d->socket, &QAbstractSocket::errorOccurred, this,
-            [this](QAbstractSocket::SocketError) { Q_EMIT socketError(d->socket->errorString()); });
+    connect(d->socket, &QAbstractSocket::errorOccurred, this, [this](QAbstractSocket::SocketError) {
+        d->fromSocket([this] { Q_EMIT socketError(d->socket->errorString()); });
+    });
 }
 
 NetworkHandle::~NetworkHandle()
 {
     // The socket goes first, while the handlers it may still reach are intact.
     QObject::disconnect(d->socket, nullptr, this, nullptr);
-    delete d->socket;
+    if (d->inSocketSignal > 0) {
+        d->socket->setParent(nullptr);
+        d->socket->abort();
+        d->socket->deleteLater();
+    } else {
+        delete d->socket;
+    }
     delete d;
 }
 

@@ -4,6 +4,7 @@
 #include "networkhandle.h"
 
 #include <QHostAddress>
+#include <QPointer>
 
 class QAbstractSocket;
 
@@ -25,6 +26,9 @@ public:
     bool drain(JsonStreamReader& reader);
     void report(const QString& error);
     void scheduleRead();
+    // Runs `handler` for a signal of the socket, counting how deep such calls nest.
+    template <typename Handler>
+    void fromSocket(Handler handler);
 
     NetworkHandle* const q;
     NetworkType type = TCP;
@@ -33,7 +37,21 @@ public:
     // UDP: when a unicast address, datagrams from other senders are dropped.
     QHostAddress acceptFrom;
     bool readScheduled = false;
+    // Qt touches a socket after its signal returns, so a handle destroyed by a
+    // receiver of one must leave the socket to the event loop.
+    int inSocketSignal = 0;
 };
+
+template <typename Handler>
+void NetworkHandle::Private::fromSocket(Handler handler)
+{
+    const QPointer<NetworkHandle> guard(q);
+    ++inSocketSignal;
+    handler();
+    if (guard) {
+        --inSocketSignal;
+    }
+}
 
 namespace internal {
 
