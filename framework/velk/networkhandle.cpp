@@ -119,7 +119,11 @@ void NetworkHandle::Private::readUdp()
     auto* udp = static_cast<QUdpSocket*>(socket);
     const QPointer<NetworkHandle> guard(q);
     const bool filter = internal::isSingleHost(acceptFrom);
-    for (int n = 0; n < kDatagramsPerSlice && udp->hasPendingDatagrams(); ++n) {
+    // A receiver may close the socket (cancel the channel) between two datagrams.
+    const auto readable = [udp] {
+        return udp->state() == QAbstractSocket::BoundState && udp->hasPendingDatagrams();
+    };
+    for (int n = 0; n < kDatagramsPerSlice && readable(); ++n) {
         const QNetworkDatagram datagram = udp->receiveDatagram();
         if (!datagram.isValid()) {
             break;
@@ -144,7 +148,7 @@ void NetworkHandle::Private::readUdp()
             }
         }
     }
-    if (udp->hasPendingDatagrams()) {
+    if (readable()) {
         scheduleRead();
     }
 }
