@@ -37,7 +37,6 @@ private Q_SLOTS:
     void registRefuses_data();
     void registRefuses();
     void unknownNamesGiveTheInertObject();
-    void udpRoundTripThroughTheRegistry();
     void bindFailureStaysRegistered();
     void cancelClosesAndDeletes();
     void cancelFromAReceiver();
@@ -106,23 +105,6 @@ void TestNetworkManager::unknownNamesGiveTheInertObject()
     QVERIFY(!net().cancel(QStringLiteral("nobody")));
     // Callers write without checking; nothing may break.
     QVERIFY(!unknown->writeJsonPackage(QJsonObject{{QStringLiteral("a"), 1}}, true));
-}
-
-void TestNetworkManager::udpRoundTripThroughTheRegistry()
-{
-    QVERIFY(net().regist(QStringLiteral("controller"), velk::UDP, loopbackUdp()));
-    const int controllerPort = net(QStringLiteral("controller"))->socket()->localPort();
-    QVERIFY(net().regist(
-        QStringLiteral("hmi"), velk::UDP,
-        NetworkChannel(QHostAddress(), QHostAddress(QHostAddress::Broadcast), 0, controllerPort)));
-    QVERIFY(net(QStringLiteral("hmi"))->isBound());
-
-    QSignalSpy obtained(net(QStringLiteral("controller"))->handle(), &NetworkHandle::jsonObtained);
-    const QJsonObject detect{{QStringLiteral("module"), QStringLiteral("system")},
-                             {QStringLiteral("command"), QStringLiteral("controller.detect")}};
-    QVERIFY(net(QStringLiteral("hmi"))->writeJsonPackage(detect, true));
-    QVERIFY(obtained.wait(5000));
-    QCOMPARE(obtained.at(0).at(0).toJsonObject(), detect);
 }
 
 void TestNetworkManager::bindFailureStaysRegistered()

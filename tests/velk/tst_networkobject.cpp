@@ -370,10 +370,14 @@ void TestNetworkObject::udpBroadcastIsRedirected()
 {
     QCOMPARE(qgetenv("ZARVO_BROADCAST_ADDRESS"), QByteArray("127.0.0.1"));
     auto receiver = udpChannel();
-    auto sender = udpChannel(QHostAddress(QHostAddress::Broadcast), portOf(*receiver));
+    // Bound to any address, as a channel without a configured local address is.
+    NetworkObject sender(QStringLiteral("any"), velk::UDP,
+                         NetworkChannel(QHostAddress(), QHostAddress(QHostAddress::Broadcast), 0,
+                                        portOf(*receiver)));
+    QVERIFY(sender.isBound());
     QSignalSpy obtained(receiver->handle(), &NetworkHandle::jsonObtained);
 
-    QVERIFY(sender->writeJsonPackage(obj(R"({"n":1})"), true));
+    QVERIFY(sender.writeJsonPackage(obj(R"({"n":1})"), true));
     QTRY_COMPARE_WITH_TIMEOUT(obtained.count(), 1, 5000);
 
     // A peer set to broadcast after a discovery round goes the same way.
@@ -402,15 +406,9 @@ void TestNetworkObject::udpChannelsShareAPort()
 
 void TestNetworkObject::udpBindFailureLeavesTheChannelUnbound()
 {
-    // A documentation address that no interface of this host carries.
-    NetworkObject foreign(
-        QStringLiteral("foreign"), velk::UDP,
-        NetworkChannel(QHostAddress(QStringLiteral("192.0.2.1")), kLoopback, 0, 9));
-    QVERIFY(foreign.isValid());
-    QVERIFY(!foreign.isBound());
-
     NetworkObject badPort(QStringLiteral("badport"), velk::UDP,
                           NetworkChannel(kLoopback, kLoopback, 70000, 9));
+    QVERIFY(badPort.isValid());
     QVERIFY(!badPort.isBound());
 }
 
