@@ -201,4 +201,9 @@ void CommandManager::hint(const QString& line)
     Q_EMIT output(candidates.join(QStringLiteral("\t ")));
 }
 
+CommandManager& command()
+{
+    return CommandManager::instance();
+}
+
 } // namespace velk
