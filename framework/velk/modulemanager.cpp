@@ -48,7 +48,12 @@ ModuleObject* ModuleManager::root() const
 
 ModuleObject* ModuleManager::find(const QString& fullName, ModuleObject* base) const
 {
-    return (base ? base : d->root)->rmobj(fullName);
+    if (!base) {
+        // The invisible root has no name: an empty name built from a missing
+        // setting must not hand out the top of the tree.
+        return fullName.isEmpty() ? ModuleObject::Private::emptyNode() : d->root->rmobj(fullName);
+    }
+    return base->rmobj(fullName);
 }
 
 ModuleObject* ModuleManager::ensure(const QString& fullName)

@@ -124,33 +124,24 @@ void TestModuleManager::globalsReachOneManager()
     QVERIFY(empty->isEmptyMobj());
     QCOMPARE(velk::m(QStringLiteral("tst_mm_none.x")), empty);
     QVERIFY(!velk::m().root()->isEmptyMobj());
-    QCOMPARE(velk::m(QString()), velk::m().root());
+    QCOMPARE(velk::m(QString()), empty);
 }
 
+// clang-format off
 void TestModuleManager::findByFullName_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("base");
     QTest::addColumn<QString>("expected"); // full name, empty for the empty node
-    QTest::newRow("top level") << "tst_mm_f"
-                               << ""
-                               << "tst_mm_f";
-    QTest::newRow("deep") << "tst_mm_f.a.b"
-                          << ""
-                          << "tst_mm_f.a.b";
-    QTest::newRow("relative") << "a.b"
-                              << "tst_mm_f"
-                              << "tst_mm_f.a.b";
-    QTest::newRow("relative missing") << "tst_mm_f.a"
-                                      << "tst_mm_f"
-                                      << "";
-    QTest::newRow("missing") << "tst_mm_f.zz"
-                             << ""
-                             << "";
-    QTest::newRow("empty base") << "a"
-                                << "tst_mm_none"
-                                << "";
+    QTest::newRow("top level") << "tst_mm_f" << "" << "tst_mm_f";
+    QTest::newRow("deep") << "tst_mm_f.a.b" << "" << "tst_mm_f.a.b";
+    QTest::newRow("relative") << "a.b" << "tst_mm_f" << "tst_mm_f.a.b";
+    QTest::newRow("relative missing") << "tst_mm_f.a" << "tst_mm_f" << "";
+    QTest::newRow("missing") << "tst_mm_f.zz" << "" << "";
+    QTest::newRow("empty base") << "a" << "tst_mm_none" << "";
+    QTest::newRow("base itself") << "" << "tst_mm_f.a" << "tst_mm_f.a";
 }
+// clang-format on
 
 void TestModuleManager::findByFullName()
 {
@@ -228,6 +219,7 @@ void TestModuleManager::destroyedModuleReleasesItsName()
     QVERIFY(velk::m().regist(&m_module, name));
 }
 
+// clang-format off
 void TestModuleManager::invalidRegistrations_data()
 {
     QTest::addColumn<bool>("withModule");
@@ -236,6 +228,7 @@ void TestModuleManager::invalidRegistrations_data()
     QTest::newRow("empty name") << true << "";
     QTest::newRow("dotted name") << true << "tst_mm_x.y";
 }
+// clang-format on
 
 void TestModuleManager::invalidRegistrations()
 {
@@ -245,6 +238,7 @@ void TestModuleManager::invalidRegistrations()
     QVERIFY(!velk::m().module(name));
 }
 
+// clang-format off
 void TestModuleManager::mNameJoins_data()
 {
     QTest::addColumn<QStringList>("parts");
@@ -258,6 +252,7 @@ void TestModuleManager::mNameJoins_data()
     QTest::newRow("dotted parts") << QStringList{"rc", "system.state.get_motor"}
                                   << "rc.system.state.get_motor";
 }
+// clang-format on
 
 void TestModuleManager::mNameJoins()
 {
@@ -364,6 +359,7 @@ void TestModuleManager::exportToJsonFileFailures()
     QVERIFY2(log.contains(QLatin1String("tst_mm_missing")), qPrintable(log));
 }
 
+// clang-format off
 void TestModuleManager::readFromJsonLogsErrors_data()
 {
     QTest::addColumn<QByteArray>("data"); // null: no file at all
@@ -372,6 +368,7 @@ void TestModuleManager::readFromJsonLogsErrors_data()
     QTest::newRow("parse error") << QByteArray(R"({"a": 1 "b": 2})") << "offset 9";
     QTest::newRow("parse error after bom") << kBom + QByteArray(R"({"a":1,})") << "offset 11";
 }
+// clang-format on
 
 void TestModuleManager::readFromJsonLogsErrors()
 {
