@@ -183,23 +183,19 @@ void TestCommandManager::destroyedCommandIsForgotten()
     QVERIFY(!manager().execute(QStringLiteral("zz.alpine")));
 }
 
+// clang-format off
 void TestCommandManager::executePassesArguments_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("args");
-    QTest::newRow("no arguments") << "zz.alpha"
-                                  << "";
-    QTest::newRow("arguments") << "zz.alpha -ip=10.0.0.2 -port=5050"
-                               << "-ip=10.0.0.2 -port=5050";
-    QTest::newRow("outer blanks ignored") << "  zz.alpha x y  "
-                                          << "x y";
-    QTest::newRow("one blank taken") << "zz.alpha   x"
-                                     << "  x";
-    QTest::newRow("tab separates") << "zz.alpha\tx"
-                                   << "x";
-    QTest::newRow("json argument") << R"(zz.alpha -data={"a": [1, 2]})"
-                                   << R"(-data={"a": [1, 2]})";
+    QTest::newRow("no arguments") << "zz.alpha" << "";
+    QTest::newRow("arguments") << "zz.alpha -ip=10.0.0.2 -port=5050" << "-ip=10.0.0.2 -port=5050";
+    QTest::newRow("outer blanks ignored") << "  zz.alpha x y  " << "x y";
+    QTest::newRow("one blank taken") << "zz.alpha   x" << "  x";
+    QTest::newRow("tab separates") << "zz.alpha\tx" << "x";
+    QTest::newRow("json argument") << R"(zz.alpha -data={"a": [1, 2]})" << R"(-data={"a": [1, 2]})";
 }
+// clang-format on
 
 void TestCommandManager::executePassesArguments()
 {
@@ -242,22 +238,20 @@ void TestCommandManager::commandTextReachesConsoleSignals()
     QCOMPARE(m_alpha->usage(), QStringLiteral("zz.alpha"));
 }
 
+// clang-format off
 void TestCommandManager::completeName_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("input"); // null: no input at all
-    QTest::newRow("common prefix") << "zz.al"
-                                   << "p";
-    QTest::newRow("unique name") << "zz.alph"
-                                 << "a ";
-    QTest::newRow("complete name") << "zz.alpha"
-                                   << " ";
+    QTest::newRow("common prefix") << "zz.al" << "p";
+    QTest::newRow("unique name") << "zz.alph" << "a ";
+    QTest::newRow("complete name") << "zz.alpha" << " ";
     QTest::newRow("ambiguous at prefix") << "zz.alp" << QString();
     QTest::newRow("no candidate") << "zz.q" << QString();
     QTest::newRow("unlisted not offered") << "zz.sec" << QString();
-    QTest::newRow("leading blanks") << "  mobj.g"
-                                    << "et ";
+    QTest::newRow("leading blanks") << "  mobj.g" << "et ";
 }
+// clang-format on
 
 void TestCommandManager::completeName()
 {
@@ -283,19 +277,20 @@ void TestCommandManager::completeArgumentsGoToCommand()
     QCOMPARE(m_input->count() + m_error->count(), 0);
 }
 
+// clang-format off
 void TestCommandManager::hintLine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("output");
     QTest::addColumn<bool>("toCommand");
     QTest::addColumn<bool>("isError");
-    QTest::newRow("candidates") << "zz.al"
-                                << "zz.alpha\t zz.alpine" << false << false;
+    QTest::newRow("candidates") << "zz.al" << "zz.alpha\t zz.alpine" << false << false;
     QTest::newRow("exact name") << "zz.alpha" << QString() << true << false;
     QTest::newRow("with arguments") << "zz.alpha x" << QString() << true << false;
     QTest::newRow("unknown") << "zz.q" << QString() << false << true;
     QTest::newRow("unknown with arguments") << "zz.alpx y" << QString() << false << true;
 }
+// clang-format on
 
 void TestCommandManager::hintLine()
 {
@@ -340,21 +335,18 @@ void TestCommandManager::helpOnOneCommand()
     QCOMPARE(m_error->count(), 1);
 }
 
+// clang-format off
 void TestCommandManager::mobjGetPrintsJson_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("node"); // what the output must equal the export of
-    QTest::newRow("subtree") << "tst_cmd"
-                             << "tst_cmd";
-    QTest::newRow("inner object") << "tst_cmd.server"
-                                  << "tst_cmd.server";
-    QTest::newRow("string leaf") << "tst_cmd.mode"
-                                 << "tst_cmd.mode";
-    QTest::newRow("list leaf") << "tst_cmd.joint"
-                               << "tst_cmd.joint";
-    QTest::newRow("blanks around path") << "  tst_cmd.server.port "
-                                        << "tst_cmd.server.port";
+    QTest::newRow("subtree") << "tst_cmd" << "tst_cmd";
+    QTest::newRow("inner object") << "tst_cmd.server" << "tst_cmd.server";
+    QTest::newRow("string leaf") << "tst_cmd.mode" << "tst_cmd.mode";
+    QTest::newRow("list leaf") << "tst_cmd.joint" << "tst_cmd.joint";
+    QTest::newRow("blanks around path") << "  tst_cmd.server.port " << "tst_cmd.server.port";
 }
+// clang-format on
 
 void TestCommandManager::mobjGetPrintsJson()
 {
@@ -384,31 +376,23 @@ void TestCommandManager::mobjGetUnknownPath()
     QCOMPARE(all.toObject().value(QStringLiteral("tst_cmd")), velk::m("tst_cmd")->exportToJson());
 }
 
+// clang-format off
 void TestCommandManager::mobjSetParsesValue_data()
 {
     QTest::addColumn<QString>("value");
     QTest::addColumn<QString>("expected"); // JSON of the node's export
-    QTest::newRow("number") << "42"
-                            << "42";
-    QTest::newRow("negative double") << "-1.5"
-                                     << "-1.5";
-    QTest::newRow("quoted string") << R"("auto")"
-                                   << R"("auto")";
-    QTest::newRow("bare word") << "auto"
-                               << R"("auto")";
-    QTest::newRow("words") << "two words"
-                           << R"("two words")";
-    QTest::newRow("boolean") << "true"
-                             << "true";
-    QTest::newRow("null") << "null"
-                          << "null";
-    QTest::newRow("array") << "[1, \"x\", false]"
-                           << R"([1,"x",false])";
-    QTest::newRow("object") << R"({"ip":"1.2.3.4","port":1})"
-                            << R"({"ip":"1.2.3.4","port":1})";
-    QTest::newRow("broken json") << "{\"a\":"
-                                 << R"("{\"a\":")";
+    QTest::newRow("number") << "42" << "42";
+    QTest::newRow("negative double") << "-1.5" << "-1.5";
+    QTest::newRow("quoted string") << R"("auto")" << R"("auto")";
+    QTest::newRow("bare word") << "auto" << R"("auto")";
+    QTest::newRow("words") << "two words" << R"("two words")";
+    QTest::newRow("boolean") << "true" << "true";
+    QTest::newRow("null") << "null" << "null";
+    QTest::newRow("array") << "[1, \"x\", false]" << R"([1,"x",false])";
+    QTest::newRow("object") << R"({"ip":"1.2.3.4","port":1})" << R"({"ip":"1.2.3.4","port":1})";
+    QTest::newRow("broken json") << "{\"a\":" << R"("{\"a\":")";
 }
+// clang-format on
 
 void TestCommandManager::mobjSetParsesValue()
 {
@@ -433,6 +417,7 @@ void TestCommandManager::mobjSetParsesValue()
     QCOMPARE(node->getInt(), 7);
 }
 
+// clang-format off
 void TestCommandManager::mobjSetErrors_data()
 {
     QTest::addColumn<QString>("args");
@@ -440,6 +425,7 @@ void TestCommandManager::mobjSetErrors_data()
     QTest::newRow("path only") << "tst_cmd.mode";
     QTest::newRow("bad path") << "tst_cmd..x 1";
 }
+// clang-format on
 
 void TestCommandManager::mobjSetErrors()
 {
@@ -451,20 +437,19 @@ void TestCommandManager::mobjSetErrors()
     QCOMPARE(velk::m("tst_cmd")->exportToJson(), before);
 }
 
+// clang-format off
 void TestCommandManager::mobjPathCompletion_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("input");
-    QTest::newRow("top-level name") << "mobj.get tst_c"
-                                    << "md.";
-    QTest::newRow("object child") << "mobj.get tst_cmd.se"
-                                  << "rver.";
-    QTest::newRow("leaf child") << "mobj.set tst_cmd.mo"
-                                << "de";
+    QTest::newRow("top-level name") << "mobj.get tst_c" << "md.";
+    QTest::newRow("object child") << "mobj.get tst_cmd.se" << "rver.";
+    QTest::newRow("leaf child") << "mobj.set tst_cmd.mo" << "de";
     QTest::newRow("ambiguous stem") << "mobj.get tst_cmd.s" << QString();
     QTest::newRow("value typed") << "mobj.set tst_cmd.mo x" << QString();
     QTest::newRow("unknown group") << "mobj.get tst_cmd.zz.a" << QString();
 }
+// clang-format on
 
 void TestCommandManager::mobjPathCompletion()
 {

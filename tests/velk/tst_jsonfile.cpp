@@ -53,6 +53,7 @@ private Q_SLOTS:
     void missingFileNamesFile();
 };
 
+// clang-format off
 void TestJsonFile::readAcceptsBomAndCrlf_data()
 {
     QTest::addColumn<QByteArray>("data");
@@ -65,6 +66,7 @@ void TestJsonFile::readAcceptsBomAndCrlf_data()
     QTest::newRow("bom and crlf") << kBom + crlf;
     QTest::newRow("compact with bom") << kBom + QByteArray(R"({"a":1,"b":["x"]})");
 }
+// clang-format on
 
 void TestJsonFile::readAcceptsBomAndCrlf()
 {
@@ -80,6 +82,7 @@ void TestJsonFile::readAcceptsBomAndCrlf()
     QVERIFY(error.isEmpty());
 }
 
+// clang-format off
 void TestJsonFile::serializeWritesBomAndCrlf_data()
 {
     QTest::addColumn<QJsonValue>("value");
@@ -87,6 +90,7 @@ void TestJsonFile::serializeWritesBomAndCrlf_data()
     QTest::newRow("array") << QJsonValue(QJsonArray{1, QJsonObject{{"k", "v"}}});
     QTest::newRow("empty object") << QJsonValue(QJsonObject());
 }
+// clang-format on
 
 void TestJsonFile::serializeWritesBomAndCrlf()
 {
@@ -121,12 +125,14 @@ void TestJsonFile::writeCreatesFolders()
     QVERIFY(error.contains(QLatin1String("taken.json")));
 }
 
+// clang-format off
 void TestJsonFile::failedWriteKeepsOldFile_data()
 {
     QTest::addColumn<QString>("obstacle");
     QTest::newRow("disk full") << "size limit";
     QTest::newRow("read-only folder") << "read-only";
 }
+// clang-format on
 
 void TestJsonFile::failedWriteKeepsOldFile()
 {
@@ -168,6 +174,7 @@ void TestJsonFile::failedWriteKeepsOldFile()
              QStringList{"setting.json"});
 }
 
+// clang-format off
 void TestJsonFile::parseErrorNamesFileAndOffset_data()
 {
     QTest::addColumn<QByteArray>("data");
@@ -179,6 +186,7 @@ void TestJsonFile::parseErrorNamesFileAndOffset_data()
     QTest::newRow("bad value with crlf") << QByteArray("{\r\n  \"a\": tru\r\n}") << 14;
     QTest::newRow("empty file") << QByteArray() << 0;
 }
+// clang-format on
 
 void TestJsonFile::parseErrorNamesFileAndOffset()
 {

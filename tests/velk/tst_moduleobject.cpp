@@ -118,6 +118,7 @@ void TestModuleObject::cleanup()
     flushDeletes();
 }
 
+// clang-format off
 void TestModuleObject::missingLookupsReturnTheSharedEmptyNode_data()
 {
     QTest::addColumn<QString>("lookup");
@@ -131,6 +132,7 @@ void TestModuleObject::missingLookupsReturnTheSharedEmptyNode_data()
     QTest::newRow("negative level") << "pmobj:-1";
     QTest::newRow("global missing") << "m:no.such.node";
 }
+// clang-format on
 
 void TestModuleObject::missingLookupsReturnTheSharedEmptyNode()
 {
@@ -212,21 +214,18 @@ void TestModuleObject::childrenKeepInsertionOrder()
     QCOMPARE(tree()->indexOf(velk::ModuleManager::emptyMobj()), -1);
 }
 
+// clang-format off
 void TestModuleObject::pathLookup_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("self") << ""
-                          << "t";
-    QTest::newRow("child") << "a"
-                           << "t.a";
-    QTest::newRow("grandchild") << "a.b"
-                                << "t.a.b";
-    QTest::newRow("three levels") << "a.b.c"
-                                  << "t.a.b.c";
-    QTest::newRow("sibling branch") << "x.y"
-                                    << "t.x.y";
+    QTest::newRow("self") << "" << "t";
+    QTest::newRow("child") << "a" << "t.a";
+    QTest::newRow("grandchild") << "a.b" << "t.a.b";
+    QTest::newRow("three levels") << "a.b.c" << "t.a.b.c";
+    QTest::newRow("sibling branch") << "x.y" << "t.x.y";
 }
+// clang-format on
 
 void TestModuleObject::pathLookup()
 {
@@ -254,6 +253,7 @@ void TestModuleObject::fullNameLeavesOutRootAndBase()
     velk::m().root()->remove(this, top, false);
 }
 
+// clang-format off
 void TestModuleObject::setEmitsOnEveryCall_data()
 {
     QTest::addColumn<QVariant>("first");
@@ -265,6 +265,7 @@ void TestModuleObject::setEmitsOnEveryCall_data()
     QTest::newRow("invalid values") << QVariant() << QVariant() << false << 2;
     QTest::newRow("quiet") << QVariant(1) << QVariant(2) << true << 0;
 }
+// clang-format on
 
 void TestModuleObject::setEmitsOnEveryCall()
 {
@@ -314,6 +315,7 @@ void TestModuleObject::watchedNodeActivatesItselfOnSet()
     QCOMPARE(rec.events, QStringList({"n:changed:2", "n:activated:n:0"}));
 }
 
+// clang-format off
 void TestModuleObject::activationPropagation_data()
 {
     // Chain t.a.b.c; activate() on c. Flags per node: W watched, Q quiet.
@@ -327,6 +329,7 @@ void TestModuleObject::activationPropagation_data()
     QTest::newRow("quiet source") << "W W W Q" << QStringList{};
     QTest::newRow("quiet ancestor") << "W W WQ -" << QStringList{"c"};
 }
+// clang-format on
 
 void TestModuleObject::activationPropagation()
 {
@@ -376,6 +379,7 @@ void TestModuleObject::quietNodeEmitsNothing()
     QCOMPARE(rec.events, QStringList({"n:changed:2", "n:activated:n:0"}));
 }
 
+// clang-format off
 void TestModuleObject::recursiveFlagsReachLaterChildren_data()
 {
     QTest::addColumn<bool>("watchFlag"); // otherwise quiet
@@ -385,6 +389,7 @@ void TestModuleObject::recursiveFlagsReachLaterChildren_data()
     QTest::newRow("quiet recursive") << false << true;
     QTest::newRow("quiet node only") << false << false;
 }
+// clang-format on
 
 void TestModuleObject::recursiveFlagsReachLaterChildren()
 {
@@ -419,6 +424,7 @@ void TestModuleObject::recursiveFlagsReachLaterChildren()
     QVERIFY(!flagOf(a->cmobj(QStringLiteral("n5"), true)));
 }
 
+// clang-format off
 void TestModuleObject::insertByNameAnnounces_data()
 {
     QTest::addColumn<bool>("notify");
@@ -426,6 +432,7 @@ void TestModuleObject::insertByNameAnnounces_data()
     QTest::newRow("notify") << true << QStringList{"t:added:x", "t:activated:x:1"};
     QTest::newRow("silent") << false << QStringList{};
 }
+// clang-format on
 
 void TestModuleObject::insertByNameAnnounces()
 {
@@ -616,6 +623,7 @@ void TestModuleObject::clearValuesOrChildren()
     QVERIFY(tree()->exportToJson().isNull());
 }
 
+// clang-format off
 void TestModuleObject::getters_data()
 {
     QTest::addColumn<QVariant>("value");
@@ -634,9 +642,10 @@ void TestModuleObject::getters_data()
     QTest::newRow("false text") << QVariant("false") << "false" << -1 << -1.5 << false << 0;
     QTest::newRow("bool") << QVariant(false) << "false" << 0 << 0.0 << false << 0;
     QTest::newRow("list") << QVariant(QVariantList{1, "x"}) << "def" << -1 << -1.5 << true << 2;
-    QTest::newRow("string list") << QVariant(QStringList{"a", "b", "c"}) << "def" << -1 << -1.5
-                                 << true << 3;
+    QTest::newRow("string list") << QVariant(QStringList{"a", "b", "c"})
+                                 << "def" << -1 << -1.5 << true << 3;
 }
+// clang-format on
 
 void TestModuleObject::getters()
 {
@@ -723,6 +732,7 @@ void TestModuleObject::importWithoutCreateSkipsMissing()
     QCOMPARE(added.count(), 0);
 }
 
+// clang-format off
 void TestModuleObject::jsonRoundTrip_data()
 {
     QTest::addColumn<QString>("text");
@@ -734,6 +744,7 @@ void TestModuleObject::jsonRoundTrip_data()
     QTest::newRow("top-level scalar") << R"("just text")";
     QTest::newRow("top-level array") << R"([1,2])";
 }
+// clang-format on
 
 void TestModuleObject::jsonRoundTrip()
 {
@@ -747,6 +758,7 @@ void TestModuleObject::jsonRoundTrip()
     QCOMPARE(tree()->exportToJson(), in);
 }
 
+// clang-format off
 void TestModuleObject::xmlRoundTrip_data()
 {
     QTest::addColumn<QVariant>("value");
@@ -762,6 +774,7 @@ void TestModuleObject::xmlRoundTrip_data()
         QVariantList{1.5, QStringLiteral("x"), false, QVariantList{QVariant(), 2.0}});
     QTest::newRow("map") << QVariant(QVariantMap{{"k", 1.0}, {"l", QVariantList{"v"}}});
 }
+// clang-format on
 
 void TestModuleObject::xmlRoundTrip()
 {
