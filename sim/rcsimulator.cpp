@@ -1,0 +1,662 @@
+#include "rcsimulator.h"
+
+#include "simcatalogue.h"
+#include "simconnection.h"
+#include "simresponder.h"
+#include "simrobot.h"
+
+#include <QDateTime>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonParseError>
+#include <QMetaEnum>
+#include <QNetworkDatagram>
+#include <QNetworkInterface>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+#include <QUdpSocket>
+
+#include <cstdio>
+
+namespace zarvo::sim {
+
+namespace {
+
+const QString System = QStringLiteral("system");
+const QString Detect = QStringLiteral("controller.detect");
+
+QJsonObject parseDatagram(const QByteArray& bytes)
+{
+    QByteArray body = bytes.trimmed();
+    if (body.startsWith("\xEF\xBB\xBF"))
+        body.remove(0, 3);
+    QJsonParseError error;
+    const QJsonDocument doc = QJsonDocument::fromJson(body, &error);
+    return error.error == QJsonParseError::NoError ? doc.object() : QJsonObject();
+}
+
+QByteArray compact(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QString peerOf(const QHostAddress& address, quint16 port)
+{
+    return QStringLiteral("%1:%2").arg(address.toString()).arg(port);
+}
+
+} // namespace
+
+RcSimulator::RcSimulator(QObject* parent)
+    : QObject(parent)
+    , m_robot(new SimRobot(this))
+    , m_catalogue(new SimCatalogue)
+    , m_responder(new SimResponder(m_catalogue.get(), m_robot))
+    , m_monitorTimer(new QTimer(this))
+{
+    m_monitorTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_monitorTimer, &QTimer::timeout, this, &RcSimulator::onMonitorTick);
+    connect(m_robot, &SimRobot::stateChanged, this, &RcSimulator::onRobotStateChanged);
+    m_clock.start();
+}
+
+RcSimulator::~RcSimulator()
+{
+    stop();
+}
+
+void RcSimulator::setAllPorts(quint16 port)
+{
+    m_tcpPortWanted = m_discoveryPortWanted = m_upgradeUdpPortWanted = m_upgradeTcpPortWanted =
+        port;
+}
+
+bool RcSimulator::start()
+{
+    stop();
+    if (!m_catalogue->isValid()) {
+        m_error = m_catalogue->errorString();
+        return false;
+    }
+
+    m_server = new QTcpServer(this);
+    m_discovery = new QUdpSocket(this);
+    m_upgradeUdp = new QUdpSocket(this);
+    m_upgradeServer = new QTcpServer(this);
+
+    QString failed;
+    if (!m_server->listen(m_bindAddress, m_tcpPortWanted))
+        failed =
+            QStringLiteral("tcp port %1: %2").arg(m_tcpPortWanted).arg(m_server->errorString());
+    else if (!m_discovery->bind(m_bindAddress, m_discoveryPortWanted))
+        failed = QStringLiteral("discovery udp port %1: %2")
+                     .arg(m_discoveryPortWanted)
+                     .arg(m_discovery->errorString());
+    else if (!m_upgradeUdp->bind(m_bindAddress, m_upgradeUdpPortWanted))
+        failed = QStringLiteral("upgrade udp port %1: %2")
+                     .arg(m_upgradeUdpPortWanted)
+                     .arg(m_upgradeUdp->errorString());
+    else if (!m_upgradeServer->listen(m_bindAddress, m_upgradeTcpPortWanted))
+        failed = QStringLiteral("upgrade tcp port %1: %2")
+                     .arg(m_upgradeTcpPortWanted)
+                     .arg(m_upgradeServer->errorString());
+    if (!failed.isEmpty()) {
+        m_error = QStringLiteral("cannot bind %1 %2").arg(m_bindAddress.toString(), failed);
+        log(m_error);
+        m_running = true; // so that stop() tears the half-built state down
+        stop();
+        return false;
+    }
+
+    connect(m_server, &QTcpServer::newConnection, this, &RcSimulator::onNewConnection);
+    connect(m_discovery, &QUdpSocket::readyRead, this, &RcSimulator::onDiscoveryDatagrams);
+    connect(m_upgradeUdp, &QUdpSocket::readyRead, this, &RcSimulator::onUpgradeDatagrams);
+    connect(m_upgradeServer, &QTcpServer::newConnection, this, &RcSimulator::onUpgradeConnection);
+
+    m_running = true;
+    m_error.clear();
+    setMonitorRate(m_monitorRate);
+    log(QStringLiteral("listening on %1: tcp %2, discovery udp %3, upgrade udp %4 tcp %5")
+            .arg(m_bindAddress.toString())
+            .arg(tcpPort())
+            .arg(discoveryPort())
+            .arg(upgradeUdpPort())
+            .arg(upgradeTcpPort()));
+    return true;
+}
+
+void RcSimulator::stop()
+{
+    m_monitorTimer->stop();
+    const QList<SimConnection*> clients = m_clients;
+    m_clients.clear();
+    for (SimConnection* client : clients) {
+        // Delayed answers die with their connection (they use it as context).
+        const QString peer = client->peer();
+        log(QStringLiteral("client %1 dropped").arg(peer));
+        delete client;
+        Q_EMIT clientDisconnected(peer);
+    }
+    m_burstsRunning = 0;
+    delete m_server;
+    delete m_discovery;
+    delete m_upgradeUdp;
+    delete m_upgradeServer; // its sockets are its children
+    m_server = nullptr;
+    m_discovery = nullptr;
+    m_upgradeUdp = nullptr;
+    m_upgradeServer = nullptr;
+    if (m_running)
+        log(QStringLiteral("stopped"));
+    m_running = false;
+}
+
+quint16 RcSimulator::tcpPort() const
+{
+    return m_server && m_server->isListening() ? m_server->serverPort() : 0;
+}
+
+quint16 RcSimulator::discoveryPort() const
+{
+    return m_discovery ? m_discovery->localPort() : 0;
+}
+
+quint16 RcSimulator::upgradeUdpPort() const
+{
+    return m_upgradeUdp ? m_upgradeUdp->localPort() : 0;
+}
+
+quint16 RcSimulator::upgradeTcpPort() const
+{
+    return m_upgradeServer && m_upgradeServer->isListening() ? m_upgradeServer->serverPort() : 0;
+}
+
+bool RcSimulator::loadCatalogue(const QString& path)
+{
+    return m_catalogue->load(path);
+}
+
+QJsonObject RcSimulator::storedData(const QString& setCommand) const
+{
+    return m_responder->storedData(setCommand);
+}
+
+QStringList RcSimulator::clientPeers() const
+{
+    QStringList peers;
+    for (const SimConnection* client : m_clients)
+        peers << client->peer();
+    return peers;
+}
+
+// ---- TCP clients ---------------------------------------------------------
+
+void RcSimulator::onNewConnection()
+{
+    while (QTcpSocket* socket = m_server->nextPendingConnection()) {
+        auto* connection = new SimConnection(socket, this);
+        m_clients.append(connection);
+        connect(connection, &SimConnection::packetReceived, this,
+                [this, connection](const QJsonObject& packet) { onPacket(connection, packet); });
+        connect(connection, &SimConnection::malformedReceived, this,
+                [this, connection](const QByteArray& bytes) {
+                    trace("<!", "tcp", connection->peer(), bytes);
+                    log(QStringLiteral("client %1 sent %2 malformed bytes")
+                            .arg(connection->peer())
+                            .arg(bytes.size()));
+                    Q_EMIT malformedReceived(connection->peer(), bytes);
+                });
+        connect(connection, &SimConnection::bytesSent, this,
+                [this, connection](const QByteArray& bytes) {
+                    if (m_verbose)
+                        trace("->", "tcp", connection->peer(), bytes);
+                });
+        connect(connection, &SimConnection::burstFinished, this,
+                [this, connection]() { onBurstFinished(connection); });
+        connect(connection, &SimConnection::closed, this,
+                [this, connection]() { onClientClosed(connection); });
+
+        log(QStringLiteral("client %1 connected (%2 connected)")
+                .arg(connection->peer())
+                .arg(m_clients.size()));
+        Q_EMIT clientConnected(connection->peer());
+
+        for (Fault fault : {Fault::Malformed, Fault::UnknownNotify, Fault::CloseNow}) {
+            if (m_connectFaults.contains(fault) && m_clients.contains(connection))
+                applyImmediate(fault, connection);
+        }
+    }
+}
+
+void RcSimulator::onClientClosed(SimConnection* connection)
+{
+    if (!m_clients.removeOne(connection))
+        return;
+    if (connection->isBursting())
+        onBurstFinished(connection);
+    log(QStringLiteral("client %1 disconnected (%2 connected)")
+            .arg(connection->peer())
+            .arg(m_clients.size()));
+    Q_EMIT clientDisconnected(connection->peer());
+    connection->deleteLater();
+}
+
+void RcSimulator::onPacket(SimConnection* connection, const QJsonObject& packet)
+{
+    if (m_verbose)
+        trace("<-", "tcp", connection->peer(), compact(packet));
+    Q_EMIT requestReceived(packet);
+    if (!packet.contains(QLatin1String("id")))
+        return; // a notification from the HMI: nothing to answer
+
+    const int delay = m_faults.value(Fault::Delay, 0);
+    if (delay > 0) {
+        QPointer<SimConnection> guard(connection);
+        QTimer::singleShot(delay, connection, [this, guard, packet]() {
+            if (guard && m_clients.contains(guard.data()))
+                process(guard.data(), packet);
+        });
+        return;
+    }
+    process(connection, packet);
+}
+
+void RcSimulator::process(SimConnection* connection, const QJsonObject& request)
+{
+    if (m_faults.contains(Fault::CloseOnRequest)) {
+        int& left = m_faults[Fault::CloseOnRequest];
+        if (left <= 0) {
+            m_faults.remove(Fault::CloseOnRequest);
+            log(QStringLiteral("fault close-on-request: closing %1").arg(connection->peer()));
+            connection->close();
+            return;
+        }
+        --left;
+    }
+
+    if (SimResponder::isHeartbeat(request)) {
+        if (m_faults.contains(Fault::NoHeartbeat))
+            return;
+        if (m_faults.contains(Fault::MissHeartbeats)) {
+            int& left = m_faults[Fault::MissHeartbeats];
+            if (--left <= 0)
+                m_faults.remove(Fault::MissHeartbeats);
+            return;
+        }
+    }
+
+    m_answering = true;
+    m_changePending = false;
+    const QJsonObject response = m_responder->answer(request);
+    m_answering = false;
+    sendAnswer(connection, response);
+    if (m_changePending) {
+        m_changePending = false;
+        onRobotStateChanged();
+    }
+}
+
+void RcSimulator::sendAnswer(SimConnection* connection, const QJsonObject& response)
+{
+    connection->send(response);
+    if (m_faults.contains(Fault::AnswerTwice))
+        connection->send(response);
+}
+
+void RcSimulator::notifyAll(const QString& module, const QString& command, const QJsonValue& data)
+{
+    QJsonObject packet{{QStringLiteral("module"), module}, {QStringLiteral("command"), command}};
+    if (!data.isUndefined())
+        packet.insert(QStringLiteral("data"), data);
+    const QList<SimConnection*> clients = m_clients;
+    for (SimConnection* client : clients)
+        client->send(packet);
+}
+
+void RcSimulator::onRobotStateChanged()
+{
+    if (m_answering) {
+        m_changePending = true;
+        return;
+    }
+    notifyAll(System, QStringLiteral("state.change"), m_robot->stateData());
+}
+
+// ---- monitor stream ------------------------------------------------------
+
+void RcSimulator::setMonitorRate(int hertz)
+{
+    m_monitorRate = qBound(0, hertz, MaxMonitorRate);
+    if (m_monitorRate == 0 || !m_running) {
+        m_monitorTimer->stop();
+        return;
+    }
+    m_monitorTimer->start(qMax(1, qRound(1000.0 / m_monitorRate)));
+}
+
+void RcSimulator::onMonitorTick()
+{
+    if (m_clients.isEmpty())
+        return;
+    const QJsonObject packet{{QStringLiteral("module"), QStringLiteral("motion")},
+                             {QStringLiteral("command"), QStringLiteral("move.monitor")},
+                             {QStringLiteral("data"), SimRobot::pose(m_clock.elapsed() / 1000.0)}};
+    const QList<SimConnection*> clients = m_clients;
+    for (SimConnection* client : clients) {
+        if (client->isBursting() || client->bytesToWrite() > MonitorBacklogLimit)
+            continue;
+        client->send(packet);
+    }
+}
+
+int RcSimulator::sendMonitorBurst(qint64 count)
+{
+    const QList<SimConnection*> clients = m_clients;
+    int served = 0;
+    for (SimConnection* client : clients) {
+        if (client->isBursting() || !client->isOpen())
+            continue;
+        ++served;
+        ++m_burstsRunning;
+        client->startBurst(count, [](qint64 index) {
+            const QJsonObject packet{{QStringLiteral("module"), QStringLiteral("motion")},
+                                     {QStringLiteral("command"), QStringLiteral("move.monitor")},
+                                     {QStringLiteral("data"), SimRobot::pose(index * 0.01)}};
+            return compact(packet) + '\n';
+        });
+    }
+    return served;
+}
+
+void RcSimulator::onBurstFinished(SimConnection* connection)
+{
+    Q_UNUSED(connection)
+    if (m_burstsRunning <= 0)
+        return;
+    if (--m_burstsRunning == 0)
+        Q_EMIT burstFinished();
+}
+
+// ---- faults --------------------------------------------------------------
+
+void RcSimulator::injectFault(Fault fault, int parameter)
+{
+    log(QStringLiteral("fault %1 %2").arg(faultName(fault)).arg(parameter));
+    switch (fault) {
+    case Fault::CloseNow:
+    case Fault::Malformed:
+    case Fault::UnknownNotify:
+        applyImmediate(fault, nullptr);
+        return;
+    case Fault::MissHeartbeats:
+        m_faults.insert(fault, qMax(1, parameter));
+        return;
+    case Fault::Delay:
+        if (parameter > 0)
+            m_faults.insert(fault, parameter);
+        else
+            m_faults.remove(fault);
+        return;
+    case Fault::CloseOnRequest:
+        m_faults.insert(fault, qMax(0, parameter));
+        return;
+    case Fault::NoHeartbeat:
+    case Fault::AnswerTwice:
+        m_faults.insert(fault, parameter);
+        return;
+    }
+}
+
+void RcSimulator::clearFault(Fault fault)
+{
+    m_faults.remove(fault);
+    m_connectFaults.remove(fault);
+}
+
+void RcSimulator::clearFaults()
+{
+    m_faults.clear();
+    m_connectFaults.clear();
+}
+
+void RcSimulator::setConnectFault(Fault fault, bool enabled)
+{
+    if (fault != Fault::CloseNow && fault != Fault::Malformed && fault != Fault::UnknownNotify)
+        return;
+    if (enabled)
+        m_connectFaults.insert(fault);
+    else
+        m_connectFaults.remove(fault);
+}
+
+QByteArray RcSimulator::malformedBytes()
+{
+    return QByteArrayLiteral("this is not json\r\n"
+                             "{\"module\":\"system\",\"command\":\"state.change\",\"data\":{\n"
+                             "[1,2,3]\n"
+                             "{\"id\":\"x\",}\n"
+                             "}}\n");
+}
+
+void RcSimulator::applyImmediate(Fault fault, SimConnection* only)
+{
+    const QList<SimConnection*> targets = only ? QList<SimConnection*>{only} : m_clients;
+    for (SimConnection* client : targets) {
+        switch (fault) {
+        case Fault::CloseNow:
+            client->close();
+            break;
+        case Fault::Malformed:
+            client->sendRaw(malformedBytes());
+            break;
+        case Fault::UnknownNotify:
+            client->send(QJsonObject{
+                {QStringLiteral("module"), QStringLiteral("zarvo_sim")},
+                {QStringLiteral("command"), QStringLiteral("unknown.command")},
+                {QStringLiteral("data"),
+                 QJsonObject{{QStringLiteral("reason"), QStringLiteral("fault injection")}}}});
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+QString RcSimulator::faultName(Fault fault)
+{
+    switch (fault) {
+    case Fault::NoHeartbeat:
+        return QStringLiteral("no-heartbeat");
+    case Fault::MissHeartbeats:
+        return QStringLiteral("miss-heartbeats");
+    case Fault::Delay:
+        return QStringLiteral("delay");
+    case Fault::AnswerTwice:
+        return QStringLiteral("answer-twice");
+    case Fault::CloseNow:
+        return QStringLiteral("close-now");
+    case Fault::CloseOnRequest:
+        return QStringLiteral("close-on-request");
+    case Fault::Malformed:
+        return QStringLiteral("malformed");
+    case Fault::UnknownNotify:
+        return QStringLiteral("unknown-notify");
+    }
+    return QString();
+}
+
+QStringList RcSimulator::faultNames()
+{
+    QStringList names;
+    const QMetaEnum meta = QMetaEnum::fromType<Fault>();
+    for (int i = 0; i < meta.keyCount(); ++i)
+        names << faultName(Fault(meta.value(i)));
+    return names;
+}
+
+bool RcSimulator::faultFromName(const QString& name, Fault* fault)
+{
+    const QMetaEnum meta = QMetaEnum::fromType<Fault>();
+    for (int i = 0; i < meta.keyCount(); ++i) {
+        const Fault candidate = Fault(meta.value(i));
+        if (faultName(candidate) == name.trimmed().toLower()) {
+            if (fault)
+                *fault = candidate;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool RcSimulator::parseFault(const QString& spec, Fault* fault, int* parameter)
+{
+    const int sep = spec.indexOf(QRegularExpression(QStringLiteral("[:=]")));
+    const QString name = sep < 0 ? spec : spec.left(sep);
+    int value = 0;
+    if (sep >= 0) {
+        bool ok = false;
+        value = spec.mid(sep + 1).trimmed().toInt(&ok);
+        if (!ok || value < 0)
+            return false;
+    }
+    if (!faultFromName(name, fault))
+        return false;
+    if (parameter)
+        *parameter = value;
+    return true;
+}
+
+// ---- UDP: discovery and upgrade server ------------------------------------
+
+QJsonObject RcSimulator::detectData(const QHostAddress& sender, quint16 senderPort) const
+{
+    Q_UNUSED(sender)
+    QJsonArray addresses;
+    QString mac;
+    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface& iface : interfaces) {
+        for (const QNetworkAddressEntry& entry : iface.addressEntries()) {
+            const QHostAddress ip = entry.ip();
+            if (ip.protocol() != QAbstractSocket::IPv4Protocol)
+                continue;
+            const bool any =
+                m_bindAddress == QHostAddress::Any || m_bindAddress == QHostAddress::AnyIPv4;
+            if (!any && ip != m_bindAddress)
+                continue;
+            if (any && ip.isLoopback())
+                continue;
+            addresses.append(ip.toString());
+            if (mac.isEmpty())
+                mac = iface.hardwareAddress();
+        }
+    }
+    if (addresses.isEmpty())
+        addresses.append(m_bindAddress.toString());
+    if (mac.isEmpty())
+        mac = QStringLiteral("00:00:00:00:00:00");
+
+    return QJsonObject{{QStringLiteral("addr_list"), addresses},
+                       {QStringLiteral("mac_addr"), mac},
+                       {QStringLiteral("tcp_port"), QString::number(tcpPort())},
+                       // There is no TLS port; "0" says so.
+                       {QStringLiteral("ssl_port"), QStringLiteral("0")},
+                       {QStringLiteral("udp_local_port"), QString::number(discoveryPort())},
+                       {QStringLiteral("udp_remote_port"), QString::number(senderPort)},
+                       {QStringLiteral("version"), m_robot->version()},
+                       {QStringLiteral("robot_type"), m_robot->robotType()},
+                       {QStringLiteral("alias"), m_robot->alias()}};
+}
+
+void RcSimulator::onDiscoveryDatagrams()
+{
+    while (m_discovery && m_discovery->hasPendingDatagrams()) {
+        const QNetworkDatagram datagram = m_discovery->receiveDatagram();
+        const QString peer = peerOf(datagram.senderAddress(), quint16(datagram.senderPort()));
+        if (m_verbose)
+            trace("<-", "udp", peer, datagram.data());
+        const QJsonObject packet = parseDatagram(datagram.data());
+        if (packet.value(QLatin1String("module")).toString() != System ||
+            packet.value(QLatin1String("command")).toString() != Detect ||
+            datagram.senderPort() <= 0)
+            continue;
+        const QJsonObject answer{
+            {QStringLiteral("module"), System},
+            {QStringLiteral("command"), Detect},
+            {QStringLiteral("data"),
+             detectData(datagram.senderAddress(), quint16(datagram.senderPort()))}};
+        const QByteArray bytes = compact(answer) + '\n';
+        m_discovery->writeDatagram(bytes, datagram.senderAddress(), quint16(datagram.senderPort()));
+        if (m_verbose)
+            trace("->", "udp", peer, bytes);
+        Q_EMIT discoveryAnswered(peer);
+    }
+}
+
+void RcSimulator::onUpgradeDatagrams()
+{
+    while (m_upgradeUdp && m_upgradeUdp->hasPendingDatagrams()) {
+        const QNetworkDatagram datagram = m_upgradeUdp->receiveDatagram();
+        const QString peer = peerOf(datagram.senderAddress(), quint16(datagram.senderPort()));
+        if (m_verbose)
+            trace("<-", "udp", peer, datagram.data());
+        const QJsonObject packet = parseDatagram(datagram.data());
+        if (packet.value(QLatin1String("greet")).toString() != QLatin1String("hello") ||
+            packet.value(QLatin1String("my_name")).toString() != QLatin1String("HMI") ||
+            datagram.senderPort() <= 0)
+            continue;
+        const QByteArray bytes = compact(
+            QJsonObject{{QStringLiteral("my_name"), "RC"}, {QStringLiteral("reply"), "welcome"}});
+        m_upgradeUdp->writeDatagram(bytes, datagram.senderAddress(),
+                                    quint16(datagram.senderPort()));
+        if (m_verbose)
+            trace("->", "udp", peer, bytes);
+        Q_EMIT upgradeGreeted(peer);
+    }
+}
+
+void RcSimulator::onUpgradeConnection()
+{
+    while (QTcpSocket* socket = m_upgradeServer->nextPendingConnection()) {
+        // The upgrade server only has to be there; what arrives is dropped.
+        const QString peer = peerOf(socket->peerAddress(), socket->peerPort());
+        connect(socket, &QTcpSocket::readyRead, socket, [socket]() { socket->readAll(); });
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QTcpSocket::disconnected, this, [this, peer]() {
+            log(QStringLiteral("upgrade client %1 disconnected").arg(peer));
+        });
+        log(QStringLiteral("upgrade client %1 connected").arg(peer));
+        Q_EMIT upgradeClientConnected(peer);
+    }
+}
+
+// ---- output ----------------------------------------------------------------
+
+void RcSimulator::trace(const char* direction, const char* channel, const QString& peer,
+                        const QByteArray& bytes) const
+{
+    if (!m_verbose)
+        return;
+    QByteArray text = bytes;
+    while (text.endsWith('\n') || text.endsWith('\r'))
+        text.chop(1);
+    text.replace('\n', "\\n");
+    text.replace('\r', "\\r");
+    std::fprintf(stdout, "%s %s %s %s\n", direction, channel, peer.toUtf8().constData(),
+                 text.constData());
+    std::fflush(stdout);
+}
+
+void RcSimulator::log(const QString& text) const
+{
+    if (!m_sessionLog)
+        return;
+    std::fprintf(stderr, "[%s] rcsim: %s\n",
+                 QTime::currentTime().toString(QStringLiteral("hh:mm:ss.zzz")).toUtf8().constData(),
+                 text.toUtf8().constData());
+    std::fflush(stderr);
+}
+
+} // namespace zarvo::sim
