@@ -58,8 +58,8 @@ SimFrameReader::Result SimFrameReader::next(QJsonObject* object, QByteArray* ski
         return drop(nl + 1, skipped);
     }
 
-    const int size = int(m_buffer.size());
-    while (m_pos < size) {
+    while (m_pos < int(m_buffer.size())) {
+        const int size = int(m_buffer.size());
         const char c = m_buffer.at(m_pos);
         if (m_start < 0) {
             if (c == '{') {
@@ -135,7 +135,7 @@ SimFrameReader::Result SimFrameReader::next(QJsonObject* object, QByteArray* ski
         ++m_pos;
     }
 
-    if (m_start >= 0 && size > m_maxSize) {
+    if (m_start >= 0 && m_buffer.size() > m_maxSize) {
         m_oversize = true;
         return next(object, skipped);
     }
