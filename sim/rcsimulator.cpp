@@ -140,7 +140,7 @@ void RcSimulator::stop()
         delete client;
         Q_EMIT clientDisconnected(peer);
     }
-    m_burstsRunning = 0;
+    m_bursting.clear();
     delete m_server;
     delete m_discovery;
     delete m_upgradeUdp;
@@ -235,7 +235,7 @@ void RcSimulator::onClientClosed(SimConnection* connection)
 {
     if (!m_clients.removeOne(connection))
         return;
-    if (connection->isBursting())
+    if (m_bursting.contains(connection))
         onBurstFinished(connection);
     log(QStringLiteral("client %1 disconnected (%2 connected)")
             .arg(connection->peer())
@@ -354,13 +354,15 @@ void RcSimulator::onMonitorTick()
 
 int RcSimulator::sendMonitorBurst(qint64 count)
 {
+    if (count <= 0)
+        return 0;
     const QList<SimConnection*> clients = m_clients;
     int served = 0;
     for (SimConnection* client : clients) {
         if (client->isBursting() || !client->isOpen())
             continue;
         ++served;
-        ++m_burstsRunning;
+        m_bursting.insert(client);
         client->startBurst(count, [](qint64 index) {
             const QJsonObject packet{{QStringLiteral("module"), QStringLiteral("motion")},
                                      {QStringLiteral("command"), QStringLiteral("move.monitor")},
@@ -373,10 +375,9 @@ int RcSimulator::sendMonitorBurst(qint64 count)
 
 void RcSimulator::onBurstFinished(SimConnection* connection)
 {
-    Q_UNUSED(connection)
-    if (m_burstsRunning <= 0)
+    if (!m_bursting.remove(connection))
         return;
-    if (--m_burstsRunning == 0)
+    if (m_bursting.isEmpty())
         Q_EMIT burstFinished();
 }
 

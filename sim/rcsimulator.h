@@ -203,7 +203,7 @@ private:
     QTimer* m_monitorTimer;
     QElapsedTimer m_clock;
     int m_monitorRate = DefaultMonitorRate;
-    int m_burstsRunning = 0;
+    QSet<SimConnection*> m_bursting;
 
     QHash<Fault, int> m_faults;
     QSet<Fault> m_connectFaults;

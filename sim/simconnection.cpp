@@ -3,6 +3,7 @@
 #include <QHostAddress>
 #include <QJsonDocument>
 #include <QTcpSocket>
+#include <QTimer>
 
 namespace zarvo::sim {
 
@@ -57,6 +58,9 @@ void SimConnection::close()
     m_burstLeft = 0;
     m_burstDraining = false;
     m_socket->disconnectFromHost();
+    // A client that has stopped reading would hold the close open forever.
+    if (m_socket->state() != QAbstractSocket::UnconnectedState)
+        QTimer::singleShot(CloseGraceMs, m_socket, [socket = m_socket]() { socket->abort(); });
 }
 
 void SimConnection::onReadyRead()

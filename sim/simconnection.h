@@ -23,6 +23,8 @@ class SimConnection : public QObject
 public:
     // Bytes a burst keeps queued in the socket; refilled as they leave.
     static constexpr qint64 BurstHighWater = 256 * 1024;
+    // How long close() lets queued bytes drain before it drops them.
+    static constexpr int CloseGraceMs = 1000;
 
     // Takes ownership of `socket`.
     SimConnection(QTcpSocket* socket, QObject* parent = nullptr);
@@ -38,7 +40,8 @@ public:
     bool send(const QJsonObject& packet);
     // Exactly these bytes, for malformed input.
     bool sendRaw(const QByteArray& bytes);
-    // Graceful close: what is queued is still written.
+    // Graceful close: what is queued is still written, for at most
+    // CloseGraceMs; an unfinished burst is abandoned.
     void close();
 
     // Writes `count` lines made by `make(index)` as fast as the client reads

@@ -170,6 +170,7 @@ private Q_SLOTS:
     void monitorStreamsAtRoughlyTheRate();
     void monitorRateZeroIsSilent();
     void monitorBurstSendsExactlyN();
+    void monitorBurstEndsWhenItsClientGoes();
     void discoveryAnswersWithRealValues();
     void upgradeServerGreetsAndListens();
     void faultNoHeartbeat();
@@ -680,6 +681,23 @@ void TestRcSimulator::monitorBurstSendsExactlyN()
     QCOMPARE(c->countNotifications("motion", "move.monitor"), n);
     QVERIFY(c->badLines.isEmpty());
     QCOMPARE(finished.size(), 1);
+}
+
+void TestRcSimulator::monitorBurstEndsWhenItsClientGoes()
+{
+    QCOMPARE(m_sim->sendMonitorBurst(10), 0); // nobody to send to
+    QTcpSocket stalled;
+    // A client that stops reading: the burst fills the socket and waits.
+    stalled.setReadBufferSize(1024);
+    stalled.connectToHost(QHostAddress::LocalHost, m_sim->tcpPort());
+    QVERIFY(stalled.waitForConnected(Timeout));
+    QVERIFY(QTest::qWaitFor([&]() { return m_sim->clientCount() == 1; }, Timeout));
+    QSignalSpy finished(m_sim, &RcSimulator::burstFinished);
+    QCOMPARE(m_sim->sendMonitorBurst(1000000), 1);
+    QVERIFY(!finished.wait(300));
+    m_sim->injectFault(Fault::CloseNow);
+    QVERIFY(finished.wait(Timeout));
+    QVERIFY(QTest::qWaitFor([&]() { return m_sim->clientCount() == 0; }, Timeout));
 }
 
 void TestRcSimulator::discoveryAnswersWithRealValues()
