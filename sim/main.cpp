@@ -162,12 +162,12 @@ int main(int argc, char* argv[])
         return 2;
     }
 
-    for (const QString& spec : parser.values(fault)) {
+    for (const QString& option : parser.values(fault)) {
         RcSimulator::Fault f;
         int parameter = 0;
-        if (!RcSimulator::parseFault(spec, &f, &parameter)) {
+        if (!RcSimulator::parseFault(option, &f, &parameter)) {
             std::fprintf(stderr, "zarvo-rcsim: unknown fault \"%s\"; one of: %s\n",
-                         spec.toUtf8().constData(),
+                         option.toUtf8().constData(),
                          RcSimulator::faultNames().join(QStringLiteral(", ")).toUtf8().constData());
             return 2;
         }

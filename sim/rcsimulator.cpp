@@ -512,14 +512,14 @@ bool RcSimulator::faultFromName(const QString& name, Fault* fault)
     return false;
 }
 
-bool RcSimulator::parseFault(const QString& spec, Fault* fault, int* parameter)
+bool RcSimulator::parseFault(const QString& text, Fault* fault, int* parameter)
 {
-    const int sep = spec.indexOf(QRegularExpression(QStringLiteral("[:=]")));
-    const QString name = sep < 0 ? spec : spec.left(sep);
+    const int sep = text.indexOf(QRegularExpression(QStringLiteral("[:=]")));
+    const QString name = sep < 0 ? text : text.left(sep);
     int value = 0;
     if (sep >= 0) {
         bool ok = false;
-        value = spec.mid(sep + 1).trimmed().toInt(&ok);
+        value = text.mid(sep + 1).trimmed().toInt(&ok);
         if (!ok || value < 0)
             return false;
     }

@@ -142,7 +142,7 @@ public:
     static bool faultFromName(const QString& name, Fault* fault);
     static QStringList faultNames();
     // "name" or "name:parameter" (also "name=parameter").
-    static bool parseFault(const QString& spec, Fault* fault, int* parameter);
+    static bool parseFault(const QString& text, Fault* fault, int* parameter);
     static QByteArray malformedBytes();
 
     // Every packet received and sent on stdout, one line each:

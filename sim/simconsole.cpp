@@ -77,14 +77,14 @@ bool SimConsole::execute(const QString& line, QString* reply)
         robot->setPower(arg);
         out = QStringLiteral("power %1").arg(robot->power());
     } else if (cmd == QLatin1String("fault")) {
-        QString spec = arg;
+        QString faultText = arg;
         if (words.size() > 2)
-            spec += QLatin1Char(':') + words.at(2);
+            faultText += QLatin1Char(':') + words.at(2);
         RcSimulator::Fault fault;
         int parameter = 0;
-        if (!RcSimulator::parseFault(spec, &fault, &parameter))
+        if (!RcSimulator::parseFault(faultText, &fault, &parameter))
             return fail(QStringLiteral("unknown fault \"%1\"; one of: %2")
-                            .arg(spec, RcSimulator::faultNames().join(QStringLiteral(", "))));
+                            .arg(faultText, RcSimulator::faultNames().join(QStringLiteral(", "))));
         m_sim->injectFault(fault, parameter);
         out = QStringLiteral("fault %1 %2").arg(RcSimulator::faultName(fault)).arg(parameter);
     } else if (cmd == QLatin1String("clear")) {

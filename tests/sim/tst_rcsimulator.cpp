@@ -897,7 +897,7 @@ void TestRcSimulator::faultsOnConnect()
 
 void TestRcSimulator::faultNames_data()
 {
-    QTest::addColumn<QString>("spec");
+    QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("valid");
     QTest::addColumn<int>("fault");
     QTest::addColumn<int>("parameter");
@@ -913,13 +913,13 @@ void TestRcSimulator::faultNames_data()
 
 void TestRcSimulator::faultNames()
 {
-    QFETCH(QString, spec);
+    QFETCH(QString, text);
     QFETCH(bool, valid);
     QFETCH(int, fault);
     QFETCH(int, parameter);
     Fault parsed = Fault::CloseNow;
     int value = -1;
-    QCOMPARE(RcSimulator::parseFault(spec, &parsed, &value), valid);
+    QCOMPARE(RcSimulator::parseFault(text, &parsed, &value), valid);
     if (valid) {
         QCOMPARE(int(parsed), fault);
         QCOMPARE(value, parameter);
