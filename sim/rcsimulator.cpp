@@ -2,22 +2,18 @@
 
 #include "simcatalogue.h"
 #include "simconnection.h"
+#include "simdiscoveryserver.h"
 #include "simresponder.h"
 #include "simrobot.h"
 
-#include <QDateTime>
-#include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonParseError>
 #include <QMetaEnum>
-#include <QNetworkDatagram>
-#include <QNetworkInterface>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTime>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <cstdio>
 
@@ -25,27 +21,9 @@ namespace zarvo::sim {
 
 namespace {
 
-const QString System = QStringLiteral("system");
-const QString Detect = QStringLiteral("controller.detect");
-
-QJsonObject parseDatagram(const QByteArray& bytes)
-{
-    QByteArray body = bytes.trimmed();
-    if (body.startsWith("\xEF\xBB\xBF"))
-        body.remove(0, 3);
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(body, &error);
-    return error.error == QJsonParseError::NoError ? doc.object() : QJsonObject();
-}
-
 QByteArray compact(const QJsonObject& object)
 {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
-}
-
-QString peerOf(const QHostAddress& address, quint16 port)
-{
-    return QStringLiteral("%1:%2").arg(address.toString()).arg(port);
 }
 
 } // namespace
@@ -55,8 +33,20 @@ RcSimulator::RcSimulator(QObject* parent)
     , m_robot(new SimRobot(this))
     , m_catalogue(new SimCatalogue)
     , m_responder(new SimResponder(m_catalogue.get(), m_robot))
+    , m_discoveryServer(new SimDiscoveryServer(m_robot, this))
     , m_monitorTimer(new QTimer(this))
 {
+    connect(m_discoveryServer, &SimDiscoveryServer::discoveryAnswered, this,
+            &RcSimulator::discoveryAnswered);
+    connect(m_discoveryServer, &SimDiscoveryServer::upgradeGreeted, this,
+            &RcSimulator::upgradeGreeted);
+    connect(m_discoveryServer, &SimDiscoveryServer::upgradeClientConnected, this,
+            &RcSimulator::upgradeClientConnected);
+    connect(m_discoveryServer, &SimDiscoveryServer::sessionEvent, this, &RcSimulator::log);
+    connect(m_discoveryServer, &SimDiscoveryServer::datagramTraced, this,
+            [this](const QString& direction, const QString& peer, const QByteArray& bytes) {
+                trace(direction == QLatin1String("<-") ? "<-" : "->", "udp", peer, bytes);
+            });
     m_monitorTimer->setTimerType(Qt::PreciseTimer);
     connect(m_monitorTimer, &QTimer::timeout, this, &RcSimulator::onMonitorTick);
     connect(m_robot, &SimRobot::stateChanged, this, &RcSimulator::onRobotStateChanged);
@@ -83,26 +73,15 @@ bool RcSimulator::start()
     }
 
     m_server = new QTcpServer(this);
-    m_discovery = new QUdpSocket(this);
-    m_upgradeUdp = new QUdpSocket(this);
-    m_upgradeServer = new QTcpServer(this);
-
     QString failed;
-    if (!m_server->listen(m_bindAddress, m_tcpPortWanted))
+    if (!m_server->listen(m_bindAddress, m_tcpPortWanted)) {
         failed =
             QStringLiteral("tcp port %1: %2").arg(m_tcpPortWanted).arg(m_server->errorString());
-    else if (!m_discovery->bind(m_bindAddress, m_discoveryPortWanted))
-        failed = QStringLiteral("discovery udp port %1: %2")
-                     .arg(m_discoveryPortWanted)
-                     .arg(m_discovery->errorString());
-    else if (!m_upgradeUdp->bind(m_bindAddress, m_upgradeUdpPortWanted))
-        failed = QStringLiteral("upgrade udp port %1: %2")
-                     .arg(m_upgradeUdpPortWanted)
-                     .arg(m_upgradeUdp->errorString());
-    else if (!m_upgradeServer->listen(m_bindAddress, m_upgradeTcpPortWanted))
-        failed = QStringLiteral("upgrade tcp port %1: %2")
-                     .arg(m_upgradeTcpPortWanted)
-                     .arg(m_upgradeServer->errorString());
+    } else {
+        m_discoveryServer->setControllerTcpPort(m_server->serverPort());
+        m_discoveryServer->start(m_bindAddress, m_discoveryPortWanted, m_upgradeUdpPortWanted,
+                                 m_upgradeTcpPortWanted, &failed);
+    }
     if (!failed.isEmpty()) {
         m_error = QStringLiteral("cannot bind %1 %2").arg(m_bindAddress.toString(), failed);
         log(m_error);
@@ -110,11 +89,7 @@ bool RcSimulator::start()
         stop();
         return false;
     }
-
     connect(m_server, &QTcpServer::newConnection, this, &RcSimulator::onNewConnection);
-    connect(m_discovery, &QUdpSocket::readyRead, this, &RcSimulator::onDiscoveryDatagrams);
-    connect(m_upgradeUdp, &QUdpSocket::readyRead, this, &RcSimulator::onUpgradeDatagrams);
-    connect(m_upgradeServer, &QTcpServer::newConnection, this, &RcSimulator::onUpgradeConnection);
 
     m_running = true;
     m_error.clear();
@@ -142,13 +117,8 @@ void RcSimulator::stop()
     }
     m_bursting.clear();
     delete m_server;
-    delete m_discovery;
-    delete m_upgradeUdp;
-    delete m_upgradeServer; // its sockets are its children
     m_server = nullptr;
-    m_discovery = nullptr;
-    m_upgradeUdp = nullptr;
-    m_upgradeServer = nullptr;
+    m_discoveryServer->stop();
     if (m_running)
         log(QStringLiteral("stopped"));
     m_running = false;
@@ -161,17 +131,17 @@ quint16 RcSimulator::tcpPort() const
 
 quint16 RcSimulator::discoveryPort() const
 {
-    return m_discovery ? m_discovery->localPort() : 0;
+    return m_discoveryServer->discoveryPort();
 }
 
 quint16 RcSimulator::upgradeUdpPort() const
 {
-    return m_upgradeUdp ? m_upgradeUdp->localPort() : 0;
+    return m_discoveryServer->upgradeUdpPort();
 }
 
 quint16 RcSimulator::upgradeTcpPort() const
 {
-    return m_upgradeServer && m_upgradeServer->isListening() ? m_upgradeServer->serverPort() : 0;
+    return m_discoveryServer->upgradeTcpPort();
 }
 
 bool RcSimulator::loadCatalogue(const QString& path)
@@ -322,7 +292,7 @@ void RcSimulator::onRobotStateChanged()
         m_changePending = true;
         return;
     }
-    notifyAll(System, QStringLiteral("state.change"), m_robot->stateData());
+    notifyAll(QStringLiteral("system"), QStringLiteral("state.change"), m_robot->stateData());
 }
 
 // ---- monitor stream ------------------------------------------------------
@@ -528,109 +498,6 @@ bool RcSimulator::parseFault(const QString& text, Fault* fault, int* parameter)
     if (parameter)
         *parameter = value;
     return true;
-}
-
-// ---- UDP: discovery and upgrade server ------------------------------------
-
-QJsonObject RcSimulator::detectData(const QHostAddress& sender, quint16 senderPort) const
-{
-    Q_UNUSED(sender)
-    QJsonArray addresses;
-    QString mac;
-    const QList<QNetworkInterface> interfaces = QNetworkInterface::allInterfaces();
-    for (const QNetworkInterface& iface : interfaces) {
-        for (const QNetworkAddressEntry& entry : iface.addressEntries()) {
-            const QHostAddress ip = entry.ip();
-            if (ip.protocol() != QAbstractSocket::IPv4Protocol)
-                continue;
-            const bool any =
-                m_bindAddress == QHostAddress::Any || m_bindAddress == QHostAddress::AnyIPv4;
-            if (!any && ip != m_bindAddress)
-                continue;
-            if (any && ip.isLoopback())
-                continue;
-            addresses.append(ip.toString());
-            if (mac.isEmpty())
-                mac = iface.hardwareAddress();
-        }
-    }
-    if (addresses.isEmpty())
-        addresses.append(m_bindAddress.toString());
-    if (mac.isEmpty())
-        mac = QStringLiteral("00:00:00:00:00:00");
-
-    return QJsonObject{{QStringLiteral("addr_list"), addresses},
-                       {QStringLiteral("mac_addr"), mac},
-                       {QStringLiteral("tcp_port"), QString::number(tcpPort())},
-                       // There is no TLS port; "0" says so.
-                       {QStringLiteral("ssl_port"), QStringLiteral("0")},
-                       {QStringLiteral("udp_local_port"), QString::number(discoveryPort())},
-                       {QStringLiteral("udp_remote_port"), QString::number(senderPort)},
-                       {QStringLiteral("version"), m_robot->version()},
-                       {QStringLiteral("robot_type"), m_robot->robotType()},
-                       {QStringLiteral("alias"), m_robot->alias()}};
-}
-
-void RcSimulator::onDiscoveryDatagrams()
-{
-    while (m_discovery && m_discovery->hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = m_discovery->receiveDatagram();
-        const QString peer = peerOf(datagram.senderAddress(), quint16(datagram.senderPort()));
-        if (m_verbose)
-            trace("<-", "udp", peer, datagram.data());
-        const QJsonObject packet = parseDatagram(datagram.data());
-        if (packet.value(QLatin1String("module")).toString() != System ||
-            packet.value(QLatin1String("command")).toString() != Detect ||
-            datagram.senderPort() <= 0)
-            continue;
-        const QJsonObject answer{
-            {QStringLiteral("module"), System},
-            {QStringLiteral("command"), Detect},
-            {QStringLiteral("data"),
-             detectData(datagram.senderAddress(), quint16(datagram.senderPort()))}};
-        const QByteArray bytes = compact(answer) + '\n';
-        m_discovery->writeDatagram(bytes, datagram.senderAddress(), quint16(datagram.senderPort()));
-        if (m_verbose)
-            trace("->", "udp", peer, bytes);
-        Q_EMIT discoveryAnswered(peer);
-    }
-}
-
-void RcSimulator::onUpgradeDatagrams()
-{
-    while (m_upgradeUdp && m_upgradeUdp->hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = m_upgradeUdp->receiveDatagram();
-        const QString peer = peerOf(datagram.senderAddress(), quint16(datagram.senderPort()));
-        if (m_verbose)
-            trace("<-", "udp", peer, datagram.data());
-        const QJsonObject packet = parseDatagram(datagram.data());
-        if (packet.value(QLatin1String("greet")).toString() != QLatin1String("hello") ||
-            packet.value(QLatin1String("my_name")).toString() != QLatin1String("HMI") ||
-            datagram.senderPort() <= 0)
-            continue;
-        const QByteArray bytes = compact(
-            QJsonObject{{QStringLiteral("my_name"), "RC"}, {QStringLiteral("reply"), "welcome"}});
-        m_upgradeUdp->writeDatagram(bytes, datagram.senderAddress(),
-                                    quint16(datagram.senderPort()));
-        if (m_verbose)
-            trace("->", "udp", peer, bytes);
-        Q_EMIT upgradeGreeted(peer);
-    }
-}
-
-void RcSimulator::onUpgradeConnection()
-{
-    while (QTcpSocket* socket = m_upgradeServer->nextPendingConnection()) {
-        // The upgrade server only has to be there; what arrives is dropped.
-        const QString peer = peerOf(socket->peerAddress(), socket->peerPort());
-        connect(socket, &QTcpSocket::readyRead, socket, [socket]() { socket->readAll(); });
-        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QTcpSocket::disconnected, this, [this, peer]() {
-            log(QStringLiteral("upgrade client %1 disconnected").arg(peer));
-        });
-        log(QStringLiteral("upgrade client %1 connected").arg(peer));
-        Q_EMIT upgradeClientConnected(peer);
-    }
 }
 
 // ---- output ----------------------------------------------------------------

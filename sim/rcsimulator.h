@@ -14,14 +14,13 @@
 #include <memory>
 
 class QTcpServer;
-class QTcpSocket;
 class QTimer;
-class QUdpSocket;
 
 namespace zarvo::sim {
 
 class SimCatalogue;
 class SimConnection;
+class SimDiscoveryServer;
 class SimResponder;
 class SimRobot;
 
@@ -173,11 +172,7 @@ private:
     void onRobotStateChanged();
     void onMonitorTick();
     void onBurstFinished(SimConnection* connection);
-    void onDiscoveryDatagrams();
-    void onUpgradeDatagrams();
-    void onUpgradeConnection();
     void applyImmediate(Fault fault, SimConnection* only);
-    QJsonObject detectData(const QHostAddress& sender, quint16 senderPort) const;
     void trace(const char* direction, const char* channel, const QString& peer,
                const QByteArray& bytes) const;
     void log(const QString& text) const;
@@ -185,6 +180,7 @@ private:
     SimRobot* m_robot;
     std::unique_ptr<SimCatalogue> m_catalogue;
     std::unique_ptr<SimResponder> m_responder;
+    SimDiscoveryServer* m_discoveryServer;
 
     QHostAddress m_bindAddress{QHostAddress::LocalHost};
     quint16 m_tcpPortWanted = DefaultTcpPort;
@@ -193,9 +189,6 @@ private:
     quint16 m_upgradeTcpPortWanted = DefaultUpgradePort;
 
     QTcpServer* m_server = nullptr;
-    QUdpSocket* m_discovery = nullptr;
-    QUdpSocket* m_upgradeUdp = nullptr;
-    QTcpServer* m_upgradeServer = nullptr;
     bool m_running = false;
     QString m_error;
 
