@@ -29,7 +29,8 @@ class SimRobot;
 // UDP discovery; the upgrade server's UDP greeting and TCP listener. Faults can
 // be injected by name. Several simulators can run side by side in one process
 // when their ports are 0 (ephemeral); the *Port() getters report what was
-// bound.
+// bound. What each request is answered with is SimResponder's business
+// (a command the catalogue does not know gets -20000).
 class RcSimulator : public QObject
 {
     Q_OBJECT
