@@ -6,6 +6,7 @@
 #include "velklog_p.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonObject>
 #include <QTranslator>
 
@@ -48,6 +49,11 @@ TranslationManager::~TranslationManager()
 
 bool TranslationManager::installJsonTranslator(const QString& context, const QString& file)
 {
+    // A missing file is an ordinary case (a language without translations);
+    // only a file that exists and cannot be used is worth a line.
+    if (!QFileInfo::exists(file)) {
+        return false;
+    }
     QString error;
     const QJsonValue value = JsonFile::read(file, &error);
     if (!value.isObject()) {
@@ -77,7 +83,9 @@ bool TranslationManager::installQMTranslator(const QString& file)
     }
     auto* translator = new QTranslator(this);
     if (!translator->load(file) || !QCoreApplication::installTranslator(translator)) {
-        internal::warn(QStringLiteral("translation %1 not installed").arg(file));
+        if (QFileInfo::exists(file)) {
+            internal::warn(QStringLiteral("translation %1 not installed").arg(file));
+        }
         delete translator;
         return false;
     }

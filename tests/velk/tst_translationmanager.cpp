@@ -186,7 +186,9 @@ void tst_TranslationManager::jsonBadFiles()
 
     StderrCapture capture;
     QVERIFY(!translator().installJsonTranslator("c", path));
-    QVERIFY(QString::fromUtf8(capture.take()).contains(path));
+    // A language without a translation file is ordinary and stays silent; a
+    // file that exists but cannot be used is reported with its path.
+    QCOMPARE(QString::fromUtf8(capture.take()).contains(path), !file.isEmpty());
     QCOMPARE(translator().dtr("c", "one"), QStringLiteral("eins"));
 }
 
