@@ -16,7 +16,8 @@ class NetworkHandle;
 //
 // UDP peer address: null means sends go to the channel's remote address and
 // datagrams from any sender are accepted; otherwise sends go to the peer and
-// only datagrams from it are accepted. A send to the limited broadcast address
+// only datagrams from it are accepted (a broadcast or "any" peer, naming no
+// single host, filters nothing). A send to the limited broadcast address
 // goes to $ZARVO_BROADCAST_ADDRESS instead when that variable is set.
 class VELK_EXPORT NetworkObject : public QObject
 {

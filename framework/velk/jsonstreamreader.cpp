@@ -1,0 +1,279 @@
+#include "jsonstreamreader.h"
+#include "jsonstreamreader_p.h"
+
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+#include <cstring>
+
+namespace velk {
+
+namespace {
+
+// m_depth while text outside a package is being skipped (m_start is -1 then).
+// Lets a run of junk that spans several reads be reported once.
+constexpr int kSkippingText = -1;
+
+// How much of a dropped text goes into a report.
+constexpr int kSnippetBytes = 60;
+
+const QLatin1String kOversizePrefix("refused a JSON package over ");
+
+inline bool isBlank(char c)
+{
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
+
+// Objects are what the protocol carries; arrays are taken as whole values too,
+// so that "[{...}]" is dropped as a non-object instead of yielding its insides.
+inline bool opensValue(char c)
+{
+    return c == '{' || c == '[';
+}
+
+QString snippet(const char* data, int size)
+{
+    const int shown = qMin(size, kSnippetBytes);
+    QString text = QString::fromUtf8(data, shown).simplified();
+    if (shown < size) {
+        text += QStringLiteral("...");
+    }
+    return QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+
+inline void setError(QString* error, const QString& text)
+{
+    if (error) {
+        *error = text;
+    }
+}
+
+} // namespace
+
+namespace internal {
+
+QString oversizePackageError(int maxPackageSize)
+{
+    return kOversizePrefix + QStringLiteral("%1 bytes").arg(maxPackageSize);
+}
+
+bool isOversizePackageError(const QString& error)
+{
+    return error.startsWith(kOversizePrefix);
+}
+
+} // namespace internal
+
+JsonStreamReader::JsonStreamReader(int maxPackageSize)
+    : m_maxSize(maxPackageSize > 0 ? maxPackageSize : DefaultMaxPackageSize)
+{
+}
+
+void JsonStreamReader::append(const QByteArray& data)
+{
+    if (data.isEmpty()) {
+        return;
+    }
+    const int consumed = m_start >= 0 ? m_start : m_scan;
+    if (consumed == m_buffer.size()) {
+        // Nothing held: an empty QByteArray shares the appended data instead of copying it.
+        m_buffer.clear();
+        m_scan = 0;
+        if (m_start >= 0) {
+            m_start = 0;
+        }
+    } else if (consumed > 0) {
+        m_buffer.remove(0, consumed);
+        m_scan -= consumed;
+        if (m_start >= 0) {
+            m_start = 0;
+        }
+    }
+    m_buffer.append(data);
+}
+
+JsonStreamReader::Result JsonStreamReader::next(QJsonObject* object, QString* error)
+{
+    for (;;) {
+        const char* const data = m_buffer.constData();
+        const int size = m_buffer.size();
+
+        if (m_discarding) {
+            const void* lineBreak = std::memchr(data + m_scan, '\n', size_t(size - m_scan));
+            if (!lineBreak) {
+                m_buffer.clear();
+                m_scan = 0;
+                return NeedMoreData;
+            }
+            m_scan = int(static_cast<const char*>(lineBreak) - data) + 1;
+            m_discarding = false;
+            continue;
+        }
+
+        if (m_start < 0) {
+            int i = m_scan;
+            if (m_depth == kSkippingText) {
+                while (i < size && !opensValue(data[i])) {
+                    ++i;
+                }
+                if (i == size) {
+                    m_buffer.clear();
+                    m_scan = 0;
+                    return NeedMoreData;
+                }
+                m_depth = 0;
+            }
+            while (i < size && isBlank(data[i])) {
+                ++i;
+            }
+            if (i == size) {
+                m_buffer.clear();
+                m_scan = 0;
+                return NeedMoreData;
+            }
+            if (!opensValue(data[i])) {
+                int end = i;
+                while (end < size && !opensValue(data[end])) {
+                    ++end;
+                }
+                setError(error, QStringLiteral("skipped text outside a JSON package: %1")
+                                    .arg(snippet(data + i, end - i)));
+                if (end == size) {
+                    m_depth = kSkippingText;
+                    m_buffer.clear();
+                    m_scan = 0;
+                } else {
+                    m_scan = end;
+                }
+                return Error;
+            }
+            m_start = i;
+            m_scan = i;
+            m_depth = 0;
+            m_inString = false;
+            m_escape = false;
+        }
+
+        // Resume inside the open package; locals keep the hot loop in registers.
+        int i = m_scan;
+        int depth = m_depth;
+        bool inString = m_inString;
+        bool escape = m_escape;
+        int end = -1;
+        bool lineBreak = false;
+        for (; i < size; ++i) {
+            const char c = data[i];
+            if (c == '\n') {
+                // Never valid inside compact JSON, not even in a string: the
+                // sender lost bytes, and the next line starts afresh.
+                lineBreak = true;
+                break;
+            }
+            if (inString) {
+                if (escape) {
+                    escape = false;
+                } else if (c == '\\') {
+                    escape = true;
+                } else if (c == '"') {
+                    inString = false;
+                }
+            } else if (c == '"') {
+                inString = true;
+            } else if (c == '{' || c == '[') {
+                ++depth;
+            } else if (c == '}' || c == ']') {
+                if (--depth == 0) {
+                    end = i;
+                    break;
+                }
+            }
+        }
+
+        const int start = m_start;
+        if (lineBreak) {
+            m_start = -1;
+            m_scan = i + 1;
+            m_depth = 0;
+            setError(error, QStringLiteral("abandoned an unfinished JSON package at a line "
+                                           "break: %1")
+                                .arg(snippet(data + start, i - start)));
+            return Error;
+        }
+
+        if (end >= 0) {
+            m_start = -1;
+            m_scan = end + 1;
+            m_depth = 0;
+            const int length = end - start + 1;
+            if (length > m_maxSize) {
+                setError(error, internal::oversizePackageError(m_maxSize));
+                return Error;
+            }
+            QJsonParseError parseError;
+            // The document copies what it keeps, so the buffer need not be copied first.
+            const QJsonDocument doc =
+                QJsonDocument::fromJson(QByteArray::fromRawData(data + start, length), &parseError);
+            if (parseError.error != QJsonParseError::NoError) {
+                setError(error, QStringLiteral("dropped a malformed JSON package (%1 at offset "
+                                               "%2): %3")
+                                    .arg(parseError.errorString())
+                                    .arg(parseError.offset)
+                                    .arg(snippet(data + start, length)));
+                return Error;
+            }
+            if (!doc.isObject()) {
+                setError(error, QStringLiteral("dropped a JSON package that is not an object: %1")
+                                    .arg(snippet(data + start, length)));
+                return Error;
+            }
+            if (object) {
+                *object = doc.object();
+            }
+            return Object;
+        }
+
+        m_scan = i;
+        m_depth = depth;
+        m_inString = inString;
+        m_escape = escape;
+        if (size - start > m_maxSize) {
+            m_buffer.clear();
+            m_start = -1;
+            m_scan = 0;
+            m_depth = 0;
+            m_discarding = true;
+            setError(error, internal::oversizePackageError(m_maxSize));
+            return Error;
+        }
+        if (start > 0) {
+            // Only the unfinished tail moves; everything before it was handed out.
+            m_buffer.remove(0, start);
+            m_scan -= start;
+            m_start = 0;
+        }
+        return NeedMoreData;
+    }
+}
+
+int JsonStreamReader::pendingBytes() const
+{
+    return m_buffer.size() - (m_start >= 0 ? m_start : m_scan);
+}
+
+int JsonStreamReader::maxPackageSize() const
+{
+    return m_maxSize;
+}
+
+void JsonStreamReader::reset()
+{
+    m_buffer.clear();
+    m_scan = 0;
+    m_start = -1;
+    m_depth = 0;
+    m_inString = false;
+    m_escape = false;
+    m_discarding = false;
+}
+
+} // namespace velk
