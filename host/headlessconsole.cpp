@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,6 +82,16 @@ void HeadlessConsole::readInput()
 {
     if (m_eof || m_stopped) {
         updateReading();
+        return;
+    }
+    // A readiness report can be stale (another reader of a shared terminal
+    // took the data); asking again costs nothing and keeps read() from blocking.
+    struct pollfd ready = {m_fd, POLLIN, 0};
+    int polled;
+    do {
+        polled = ::poll(&ready, 1, 0);
+    } while (polled < 0 && errno == EINTR);
+    if (polled == 0) {
         return;
     }
     char chunk[65536];

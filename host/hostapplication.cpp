@@ -83,6 +83,7 @@ int HostApplication::run()
     std::unique_ptr<HeadlessDialogGuard> guard;
     if (m_options.headless()) {
         console = std::make_unique<HeadlessConsole>();
+        m_console = console.get();
         connect(console.get(), &HeadlessConsole::finished, this, &HostApplication::requestQuit);
         wait = std::make_unique<WaitCommand>();
         connect(wait.get(), &WaitCommand::waitRequested, console.get(), &HeadlessConsole::pause);
@@ -98,6 +99,7 @@ int HostApplication::run()
     QPointer<pomr::BModule> module = loader.createModule(&host);
     if (!module) {
         printError(QStringLiteral("zarvo-hmi: ") + loader.errorString());
+        m_console = nullptr;
         pomr::destroyShell();
         return exitCodeFor(loader.status());
     }
@@ -121,6 +123,7 @@ int HostApplication::run()
     if (console) {
         console->stop();
     }
+    m_console = nullptr;
     driver.shutdown(&host);
     if (module) {
         host.removeSubmodule(module);
@@ -139,6 +142,10 @@ void HostApplication::requestQuit()
         return;
     }
     m_quitRequested = true;
+    // Lines after "quit" must not run while the event loop winds down.
+    if (m_console) {
+        m_console->stop();
+    }
     QMetaObject::invokeMethod(
         QCoreApplication::instance(), [] { QCoreApplication::exit(ExitOk); }, Qt::QueuedConnection);
 }

@@ -6,6 +6,8 @@
 
 namespace hmi {
 
+class HeadlessConsole;
+
 // One run of the HMI once QApplication exists: load the plug-in, build the
 // host module with the window or the headless console, drive the lifecycle
 // around the event loop and take everything down in order afterwards.
@@ -35,6 +37,7 @@ public Q_SLOTS:
 
 private:
     HostOptions m_options;
+    HeadlessConsole* m_console = nullptr;
     bool m_quitRequested = false;
 };
 

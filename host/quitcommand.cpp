@@ -16,7 +16,7 @@ QString QuitCommand::usage() const
 
 QString QuitCommand::description() const
 {
-    return QStringLiteral("detach the modules and exit");
+    return QStringLiteral("Detach the modules and exit");
 }
 
 void QuitCommand::execute(const QString& args)

@@ -16,7 +16,7 @@ QString WaitCommand::usage() const
 
 QString WaitCommand::description() const
 {
-    return QStringLiteral("let the program run <ms> milliseconds before the next line is read");
+    return QStringLiteral("Let the program run <ms> milliseconds before the next line is read");
 }
 
 void WaitCommand::execute(const QString& args)
