@@ -211,7 +211,9 @@ void TestHeadless::terminationSignalDetaches()
     QVERIFY(process.waitForStarted(runTimeoutMs));
     // Standard input stays open: the host is idle, waiting for a line.
     process.write("fake.echo ready\n");
-    QTRY_VERIFY_WITH_TIMEOUT(process.readAllStandardOutput().contains("ready"), runTimeoutMs);
+    QByteArray seen;
+    QTRY_VERIFY2_WITH_TIMEOUT((seen += process.readAllStandardOutput()).contains("ready"),
+                              process.readAllStandardError().constData(), runTimeoutMs);
     process.terminate();
     QVERIFY(process.waitForFinished(runTimeoutMs));
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
