@@ -2,6 +2,8 @@
 
 #include "controller/controllermanager.h"
 #include "module/managerhelper.h"
+#include "runtime/constant.h"
+#include "runtime/runtime.h"
 #include "services/modulelog.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
@@ -33,6 +35,8 @@ void Zarvo::setup()
     addSubmodule(setting());
     addSubmodule(rc());
     addSubmodule(theme());
+    addSubmodule(new zarvo::Runtime(this));
+    addSubmodule(new zarvo::Constant(this));
 }
 
 void Zarvo::init() {}

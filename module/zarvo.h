@@ -7,7 +7,7 @@
 // The core module of the HMI: registers itself and its resource alias as
 // "zarvo", and brings the managers and its own submodules into the host's
 // lifecycle.
-class ZARVO_EXPORT Zarvo : public pomr::BModule
+class Zarvo : public pomr::BModule
 {
     Q_OBJECT
 

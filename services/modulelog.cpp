@@ -41,10 +41,36 @@ velk::QFLog errorLog()
     return fileLog("\033[31m", "[E|%1]");
 }
 
+namespace {
+
+bool& debugFlag()
+{
+    static bool on = [] {
+        const QByteArray env = qgetenv("ZARVO_DEBUG_LOG").toLower();
+        return !(env == "0" || env == "off" || env == "false");
+    }();
+    return on;
+}
+
+} // namespace
+
 velk::QLog debugLog()
 {
+    if (!debugFlag()) {
+        return velk::QLog(QString(), QString(), QString(), false);
+    }
     return velk::QLog(QStringLiteral("\033[32m"), QStringLiteral("[d|%1]").arg(logTime()),
                       QString());
+}
+
+void setDebugLogEnabled(bool on)
+{
+    debugFlag() = on;
+}
+
+bool isDebugLogEnabled()
+{
+    return debugFlag();
 }
 
 } // namespace zarvo

@@ -23,4 +23,10 @@ ZARVO_EXPORT velk::QFLog warnLog();
 ZARVO_EXPORT velk::QFLog errorLog();
 ZARVO_EXPORT velk::QLog debugLog();
 
+// Debug lines trace every packet of the controller link, a hundred a second
+// while the robot streams its pose: a site can switch them off. On unless the
+// environment sets ZARVO_DEBUG_LOG to "0" or "off".
+ZARVO_EXPORT void setDebugLogEnabled(bool on);
+ZARVO_EXPORT bool isDebugLogEnabled();
+
 } // namespace zarvo

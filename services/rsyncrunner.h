@@ -15,7 +15,7 @@
 // The daemon's secret reaches rsync only through the process environment
 // (RSYNC_PASSWORD): a value the site set in the environment is kept,
 // otherwise the built-in one is used. It never appears in arguments or logs.
-class ZARVO_EXPORT RsyncRunner : public QObject
+class RsyncRunner : public QObject
 {
     Q_OBJECT
 

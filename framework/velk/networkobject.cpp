@@ -3,6 +3,7 @@
 #include "networkhandle_p.h"
 #include "velklog_p.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTcpSocket>
 #include <QTimer>
@@ -56,6 +57,7 @@ public:
     bool valid = true;
     // Tells a pending close time-out whether it still belongs to the current link.
     quint64 linkGeneration = 0;
+    QStringList keyOrder;
 };
 
 void NetworkObject::Private::bindUdp()
@@ -237,7 +239,7 @@ bool NetworkObject::writeJsonPackage(const QJsonObject& json, bool framed)
     if (!d->valid) {
         return false;
     }
-    QByteArray data = QJsonDocument(json).toJson(QJsonDocument::Compact);
+    QByteArray data = orderedJson(json, d->keyOrder);
     if (framed) {
         data += '\n';
     }
@@ -259,6 +261,66 @@ bool NetworkObject::writeJsonPackage(const QJsonObject& json, bool framed)
     }
     return static_cast<QUdpSocket*>(s)->writeDatagram(
                data, destination, quint16(d->channel.remotePort)) == data.size();
+}
+
+void NetworkObject::setKeyOrder(const QStringList& keys)
+{
+    if (d->valid) {
+        d->keyOrder = keys;
+    }
+}
+
+QStringList NetworkObject::keyOrder() const
+{
+    return d->keyOrder;
+}
+
+namespace {
+
+QByteArray valueJson(const QJsonValue& value)
+{
+    if (value.isObject()) {
+        return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact);
+    }
+    if (value.isArray()) {
+        return QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact);
+    }
+    // Qt serialises only documents: wrap a scalar in an array and unwrap it.
+    const QByteArray wrapped = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return wrapped.mid(1, wrapped.size() - 2);
+}
+
+} // namespace
+
+QByteArray NetworkObject::orderedJson(const QJsonObject& json, const QStringList& leadingKeys)
+{
+    if (leadingKeys.isEmpty()) {
+        return QJsonDocument(json).toJson(QJsonDocument::Compact);
+    }
+    QByteArray out("{");
+    bool first = true;
+    auto append = [&](const QString& key, const QJsonValue& value) {
+        if (!first) {
+            out += ',';
+        }
+        first = false;
+        out += valueJson(QJsonValue(key));
+        out += ':';
+        out += valueJson(value);
+    };
+    for (const QString& key : leadingKeys) {
+        const auto it = json.constFind(key);
+        if (it != json.constEnd()) {
+            append(key, it.value());
+        }
+    }
+    for (auto it = json.constBegin(); it != json.constEnd(); ++it) {
+        if (!leadingKeys.contains(it.key())) {
+            append(it.key(), it.value());
+        }
+    }
+    out += '}';
+    return out;
 }
 
 NetworkObject* NetworkObject::invalid()

@@ -4,6 +4,7 @@
 #include "networkchannel.h"
 
 #include <QJsonObject>
+#include <QStringList>
 #include <QObject>
 
 class QAbstractSocket;
@@ -56,6 +57,15 @@ public:
     // (a datagram for peers that take one datagram as one document).
     // False when a TCP socket is not connected or the write fails.
     bool writeJsonPackage(const QJsonObject& json, bool framed);
+
+    // Keys written first, in this order, by writeJsonPackage; the others
+    // follow in Qt's sorted order. A protocol that fixes its key order on the
+    // wire (id, module, command, data) sets it once per channel.
+    void setKeyOrder(const QStringList& keys);
+    QStringList keyOrder() const;
+
+    // Compact JSON of `json` with `leadingKeys` first, in that order.
+    static QByteArray orderedJson(const QJsonObject& json, const QStringList& leadingKeys);
 
     // The inert object returned for unknown channel names.
     static NetworkObject* invalid();

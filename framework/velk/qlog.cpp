@@ -116,8 +116,9 @@ void appendToFile(const QString& fileName, const QByteArray& line)
 
 } // namespace
 
-QLog::QLog(const QString& colour, const QString& prefix, const QString& extra)
-    : m_colour(colour)
+QLog::QLog(const QString& colour, const QString& prefix, const QString& extra, bool enabled)
+    : m_enabled(enabled)
+    , m_colour(colour)
     , m_head(prefix)
 {
     if (!extra.isEmpty()) {
@@ -144,8 +145,22 @@ QLog& QLog::nospace()
     return *this;
 }
 
+QLog& QLog::setEnabled(bool on)
+{
+    m_enabled = on;
+    return *this;
+}
+
+bool QLog::isEnabled() const
+{
+    return m_enabled;
+}
+
 QLog& QLog::appendItem(const QString& item)
 {
+    if (!m_enabled) {
+        return *this;
+    }
     if (m_space && !m_first) {
         m_items += QLatin1Char(' ');
     }
@@ -166,12 +181,24 @@ QLog& QLog::operator<<(unsigned int value) { return appendItem(QString::number(v
 QLog& QLog::operator<<(qint64 value) { return appendItem(QString::number(value)); }
 QLog& QLog::operator<<(quint64 value) { return appendItem(QString::number(value)); }
 QLog& QLog::operator<<(double value) { return appendItem(QString::number(value, 'g', 15)); }
-QLog& QLog::operator<<(const QJsonObject& json) { return appendItem(jsonText(json)); }
-QLog& QLog::operator<<(const QJsonArray& json) { return appendItem(jsonText(json)); }
-QLog& QLog::operator<<(const QJsonValue& json) { return appendItem(jsonText(json)); }
+QLog& QLog::operator<<(const QJsonObject& json)
+{
+    return m_enabled ? appendItem(jsonText(json)) : *this;
+}
+QLog& QLog::operator<<(const QJsonArray& json)
+{
+    return m_enabled ? appendItem(jsonText(json)) : *this;
+}
+QLog& QLog::operator<<(const QJsonValue& json)
+{
+    return m_enabled ? appendItem(jsonText(json)) : *this;
+}
 
 QLog& QLog::operator<<(const QVariant& value)
 {
+    if (!m_enabled) {
+        return *this;
+    }
     switch (value.userType()) {
     case QMetaType::QString:
     case QMetaType::QByteArray:
@@ -222,7 +249,7 @@ QString QLog::text() const
 void QLog::writeConsole()
 {
     m_written = true;
-    if (!consoleFlag()) {
+    if (!m_enabled || !consoleFlag()) {
         return;
     }
     const QByteArray line = (m_colour + text()).toUtf8() + kReset + '\n';
@@ -242,7 +269,7 @@ QFLog::QFLog(const QString& colour, const QString& prefix, const QString& extra,
 
 QFLog::~QFLog()
 {
-    if (!m_file.isEmpty()) {
+    if (m_enabled && !m_file.isEmpty()) {
         appendToFile(m_file, text().toUtf8() + '\n');
     }
     writeConsole();

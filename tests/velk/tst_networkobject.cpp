@@ -2,6 +2,7 @@
 #include <velk/networkhandle.h>
 #include <velk/networkobject.h>
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkDatagram>
 #include <QTcpServer>
@@ -71,6 +72,10 @@ private Q_SLOTS:
     void udpBindFailureLeavesTheChannelUnbound();
 
     void invalidObjectIsInert();
+
+    void orderedJson_data();
+    void orderedJson();
+    void keyOrderReachesTheWire();
 
 private:
     // Connects `channel` to a fresh listening server; returns the server side.
@@ -428,6 +433,57 @@ void TestNetworkObject::invalidObjectIsInert()
     QVERIFY(inert->peerAddress().isNull());
     inert->setRemoteAddress(kLoopback);
     QVERIFY(inert->remoteAddress().isNull());
+}
+
+void TestNetworkObject::orderedJson_data()
+{
+    QTest::addColumn<QJsonObject>("json");
+    QTest::addColumn<QStringList>("order");
+    QTest::addColumn<QByteArray>("expected");
+
+    const QJsonObject packet{{"data", QJsonObject{{"b", 1}, {"a", true}}},
+                             {"module", "system"},
+                             {"id", "#0#system.controller.heart"},
+                             {"command", "controller.heart"}};
+    const QStringList protocol{"id", "module", "command", "data"};
+    // clang-format off
+    QTest::newRow("protocol order") << packet << protocol
+        << QByteArray(R"({"id":"#0#system.controller.heart","module":"system","command":"controller.heart","data":{"a":true,"b":1}})");
+    QTest::newRow("no order is Qt's") << packet << QStringList()
+        << QJsonDocument(packet).toJson(QJsonDocument::Compact);
+    QTest::newRow("missing keys skipped, rest sorted") << QJsonObject{{"z", 1}, {"id", "x"}, {"a", QJsonValue()}} << protocol
+        << QByteArray(R"({"id":"x","a":null,"z":1})");
+    QTest::newRow("scalars and escapes") << QJsonObject{{"id", "q\"\n\u673a"}, {"data", 1.5}} << protocol
+        << QByteArray("{\"id\":\"q\\\"\\n\xe6\x9c\xba\",\"data\":1.5}");
+    QTest::newRow("array data") << QJsonObject{{"data", QJsonArray{1, "a", false}}, {"id", "i"}} << protocol
+        << QByteArray(R"({"id":"i","data":[1,"a",false]})");
+    // clang-format on
+}
+
+void TestNetworkObject::orderedJson()
+{
+    QFETCH(QJsonObject, json);
+    QFETCH(QStringList, order);
+    QFETCH(QByteArray, expected);
+    const QByteArray text = NetworkObject::orderedJson(json, order);
+    QCOMPARE(text, expected);
+    // Whatever the order, the text stays the same JSON.
+    QCOMPARE(QJsonDocument::fromJson(text).object(), json);
+}
+
+void TestNetworkObject::keyOrderReachesTheWire()
+{
+    QTcpServer server;
+    NetworkObject channel(QStringLiteral("ordered"), velk::TCP, velk::NetworkChannel());
+    channel.setKeyOrder({"id", "module", "command", "data"});
+    QCOMPARE(channel.keyOrder(), QStringList({"id", "module", "command", "data"}));
+    QTcpSocket* peer = connectPair(channel, server);
+    QVERIFY(peer);
+    QVERIFY(channel.writeJsonPackage(QJsonObject{{"module", "m"}, {"id", "1"}}, true));
+    QTRY_VERIFY(peer->canReadLine());
+    QCOMPARE(peer->readLine(), QByteArray("{\"id\":\"1\",\"module\":\"m\"}\n"));
+    NetworkObject::invalid()->setKeyOrder({"id"});
+    QVERIFY(NetworkObject::invalid()->keyOrder().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestNetworkObject)

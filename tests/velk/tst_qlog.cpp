@@ -57,6 +57,7 @@ private Q_SLOTS:
     void rotationKeepsNFiles();
     void unopenableFileStillLogsToConsole();
     void consoleSwitch();
+    void disabledStreamWritesNothing();
 
 private:
     QString m_startDir;
@@ -303,6 +304,22 @@ void tst_QLog::consoleSwitch()
 
     QCOMPARE(capture.take(), QByteArray("\033[32m[d|t] shown\033[0m\n"));
     QCOMPARE(readFile("log/zarvo.log"), QByteArray("[I|t] file only\n"));
+}
+
+void tst_QLog::disabledStreamWritesNothing()
+{
+    StderrCapture capture;
+    QLog(kGreen, "[d|t]", QString()).setEnabled(false) << "n:" << QJsonObject{{"a", 1}} << 5;
+    {
+        QFLog log(kCyan, "[I|t]", QString(), "./log/zarvo", "log");
+        log.setEnabled(false);
+        QVERIFY(!log.isEnabled());
+        log << "dropped";
+        QCOMPARE(log.text(), QStringLiteral("[I|t]"));
+    }
+    QLog(kGreen, "[d|t]", QString()) << "kept";
+    QCOMPARE(capture.take(), QByteArray("\033[32m[d|t] kept\033[0m\n"));
+    QVERIFY(!QFile::exists("log/zarvo.log"));
 }
 
 QTEST_GUILESS_MAIN(tst_QLog)
