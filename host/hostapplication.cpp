@@ -129,6 +129,10 @@ int HostApplication::run()
         host.removeSubmodule(module);
         delete module.data();
     }
+    // What the modules scheduled with deleteLater() while detaching is
+    // destroyed now, while QApplication still exists; the event loop that
+    // would have done it has ended.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     // Widgets the plug-in put into the shell are gone with its module; the
     // shell itself must go while QApplication still exists.
     pomr::destroyShell();
