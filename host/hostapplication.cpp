@@ -1,0 +1,196 @@
+#include "hostapplication.h"
+
+#include "exitcode.h"
+#include "headlessconsole.h"
+#include "headlessdialogguard.h"
+#include "hostmodule.h"
+#include "mainwindow.h"
+#include "pluginloader.h"
+#include "quitcommand.h"
+#include "signalwatcher.h"
+#include "waitcommand.h"
+
+#include <pomr/lifecycledriver.h>
+#include <pomr/shell.h>
+#include <velk/commandmanager.h>
+#include <velk/velk.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <cstdio>
+#include <memory>
+
+namespace hmi {
+
+namespace {
+
+int exitCodeFor(PluginLoader::Status status)
+{
+    switch (status) {
+    case PluginLoader::SymbolMissing:
+        return ExitSymbolMissing;
+    case PluginLoader::FactoryFailed:
+        return ExitFactoryFailed;
+    case PluginLoader::NotLoadable:
+    case PluginLoader::NotLoaded:
+        return ExitPluginNotLoadable;
+    case PluginLoader::Loaded:
+        break;
+    }
+    return ExitFailure;
+}
+
+} // namespace
+
+HostApplication::HostApplication(const HostOptions& options, QObject* parent)
+    : QObject(parent)
+    , m_options(options)
+{
+}
+
+HostApplication::~HostApplication() = default;
+
+int HostApplication::run()
+{
+    auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
+    if (!app) {
+        printError(QStringLiteral("zarvo-hmi: no QApplication"));
+        return ExitFailure;
+    }
+    // Message boxes of the plug-in come and go; only the host decides when
+    // the program ends.
+    app->setQuitOnLastWindowClosed(false);
+
+    PluginLoader loader(m_options.resolvedPluginFile(QCoreApplication::applicationDirPath()));
+    if (!loader.load()) {
+        printError(QStringLiteral("zarvo-hmi: ") + loader.errorString());
+        return exitCodeFor(loader.status());
+    }
+
+    // Destroyed in reverse order of declaration: the console and the window
+    // after the modules are gone, the host module last.
+    HostModule host;
+    QuitCommand quit;
+    connect(&quit, &QuitCommand::quitRequested, this, &HostApplication::requestQuit);
+    velk::command().regist(&quit);
+
+    std::unique_ptr<MainWindow> window;
+    std::unique_ptr<HeadlessConsole> console;
+    std::unique_ptr<WaitCommand> wait;
+    std::unique_ptr<HeadlessDialogGuard> guard;
+    if (m_options.headless()) {
+        console = std::make_unique<HeadlessConsole>();
+        m_console = console.get();
+        connect(console.get(), &HeadlessConsole::finished, this, &HostApplication::requestQuit);
+        wait = std::make_unique<WaitCommand>();
+        connect(wait.get(), &WaitCommand::waitRequested, console.get(), &HeadlessConsole::pause);
+        velk::command().regist(wait.get());
+        guard = std::make_unique<HeadlessDialogGuard>();
+        guard->install();
+    } else {
+        window = std::make_unique<MainWindow>();
+        connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
+        host.setWindow(window.get());
+    }
+
+    QPointer<pomr::BModule> module = loader.createModule(&host);
+    if (!module) {
+        printError(QStringLiteral("zarvo-hmi: ") + loader.errorString());
+        m_console = nullptr;
+        pomr::destroyShell();
+        return exitCodeFor(loader.status());
+    }
+    host.addSubmodule(module);
+
+    SignalWatcher terminations;
+    connect(&terminations, &SignalWatcher::terminationRequested, this,
+            &HostApplication::requestQuit);
+
+    pomr::LifecycleDriver driver;
+    driver.startup(&host);
+    if (window) {
+        window->show();
+    }
+    if (console) {
+        console->start();
+    }
+
+    const int code = app->exec();
+
+    if (console) {
+        console->stop();
+    }
+    m_console = nullptr;
+    driver.shutdown(&host);
+    if (module) {
+        host.removeSubmodule(module);
+        delete module.data();
+    }
+    // What the modules scheduled with deleteLater() while detaching is
+    // destroyed now, while QApplication still exists; the event loop that
+    // would have done it has ended.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    // Widgets the plug-in put into the shell are gone with its module; the
+    // shell itself must go while QApplication still exists.
+    pomr::destroyShell();
+    window.reset();
+    return code;
+}
+
+void HostApplication::requestQuit()
+{
+    if (m_quitRequested) {
+        return;
+    }
+    m_quitRequested = true;
+    // Lines after "quit" must not run while the event loop winds down.
+    if (m_console) {
+        m_console->stop();
+    }
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [] { QCoreApplication::exit(ExitOk); }, Qt::QueuedConnection);
+}
+
+bool HostApplication::enterWorkDir(const QString& dir, QString* error)
+{
+    const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(dir));
+    const QFileInfo info(path);
+    if (info.exists() && !info.isDir()) {
+        if (error) {
+            *error = QStringLiteral("working directory %1 is not a directory").arg(path);
+        }
+        return false;
+    }
+    if (!QDir().mkpath(path)) {
+        if (error) {
+            *error = QStringLiteral("cannot create working directory %1").arg(path);
+        }
+        return false;
+    }
+    if (!QDir::setCurrent(path)) {
+        if (error) {
+            *error = QStringLiteral("cannot enter working directory %1").arg(path);
+        }
+        return false;
+    }
+    return true;
+}
+
+bool HostApplication::displayAvailable()
+{
+    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
+           !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+void HostApplication::printError(const QString& text)
+{
+    const QByteArray line = text.toUtf8() + '\n';
+    std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace hmi

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace hmi {
+
+// The command line of zarvo-hmi. Parsed before QApplication exists, so that
+// --help and usage errors work without a display, and relative paths are
+// made absolute against the directory the user started from.
+class HostOptions
+{
+public:
+    enum Result {
+        Run,
+        ShowHelp,
+        ShowVersion,
+        UsageError,
+    };
+
+    // `args` starts with the program name. `envPlugin` is the value of
+    // $ZARVO_PLUGIN (used when --plugin is absent); `baseDir` resolves
+    // relative paths.
+    Result parse(const QStringList& args, const QString& envPlugin, const QString& baseDir);
+
+    bool headless() const { return m_headless; }
+    // Absolute; empty when neither --plugin nor $ZARVO_PLUGIN was given.
+    QString pluginFile() const { return m_pluginFile; }
+    // Absolute; empty when the working directory stays as it is.
+    QString workDir() const { return m_workDir; }
+    // One line describing the usage error.
+    QString errorText() const { return m_error; }
+
+    // The plug-in to load: the given one, else <applicationDir>/../lib/libzarvo.so.
+    QString resolvedPluginFile(const QString& applicationDir) const;
+    static QString defaultPluginFile(const QString& applicationDir);
+
+    static QString helpText();
+    static QString versionText();
+
+private:
+    bool m_headless = false;
+    QString m_pluginFile;
+    QString m_workDir;
+    QString m_error;
+};
+
+} // namespace hmi
