@@ -58,6 +58,7 @@ private Q_SLOTS:
     void copyFileRules();
     void rmAllOfFileRemovesItsFolder();
     void rmAllOfFolderLeavesHiddenEntries();
+    void rmAllNeverFollowsLinks();
     void rmAllEdgePaths_data();
     void rmAllEdgePaths();
     void countAndSize_data();
@@ -203,6 +204,33 @@ void tst_FileUtils::rmAllOfFolderLeavesHiddenEntries()
     QVERIFY(QDir(path("tree/.git")).removeRecursively());
     QVERIFY(rmAll(path("tree")));
     QVERIFY(!QFileInfo::exists(path("tree")));
+}
+
+void tst_FileUtils::rmAllNeverFollowsLinks()
+{
+    // A link to a folder elsewhere (a mounted share, the user's data) is
+    // removed as a link: what it points to is never emptied.
+    QVERIFY(writeFile(path("elsewhere/precious.txt"), "keep me"));
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("work")));
+    QVERIFY(QFile::link(path("elsewhere"), path("work/link")));
+    QVERIFY(writeFile(path("work/inside/a.txt"), "a"));
+    QVERIFY(QFile::link(path("elsewhere"), path("work/inside/link")));
+
+    QVERIFY(rmAll(path("work/inside")));
+    QVERIFY(!QFileInfo::exists(path("work/inside")));
+    QCOMPARE(readFile(path("elsewhere/precious.txt")), QByteArray("keep me"));
+
+    QVERIFY(rmAll(path("work/link")));
+    QVERIFY(!QFileInfo(path("work/link")).isSymLink());
+    QCOMPARE(readFile(path("elsewhere/precious.txt")), QByteArray("keep me"));
+    // Removed like a file: its folder goes with it.
+    QVERIFY(!QFileInfo::exists(path("work")));
+
+    // A dangling link is removed too.
+    QVERIFY(QDir(m_dir->path()).mkpath(QStringLiteral("dangling")));
+    QVERIFY(QFile::link(path("nowhere"), path("dangling/link")));
+    QVERIFY(rmAll(path("dangling/link")));
+    QVERIFY(!QFileInfo::exists(path("dangling")));
 }
 
 void tst_FileUtils::rmAllEdgePaths_data()
