@@ -72,7 +72,8 @@ bool rmAll(const QString& path)
     if (!info.exists() && !info.isSymLink()) {
         return true;
     }
-    if (!info.isDir()) {
+    // isDir() follows a link: a link to a folder is still removed as a link.
+    if (!info.isDir() || info.isSymLink()) {
         if (!QFile::remove(path)) {
             return false;
         }

@@ -1,4 +1,213 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
+<context>
+    <name>ControllerManager</name>
+    <message>
+        <source>Connection failed: no response</source>
+        <translation>连接失败：控制器无响应</translation>
+    </message>
+    <message>
+        <source>Command %1 timeout!</source>
+        <translation>命令%1超时！</translation>
+    </message>
+    <message>
+        <source>Invalid response id in %1</source>
+        <translation>%1中的响应ID无效</translation>
+    </message>
+    <message>
+        <source>Unrecognized response [%1]!</source>
+        <translation>无法识别的响应[%1]！</translation>
+    </message>
+    <message>
+        <source>Unrecognized response: %1!</source>
+        <translation>无法识别的响应：%1！</translation>
+    </message>
+    <message>
+        <source>Unrecognized notification: %1!</source>
+        <translation>无法识别的通知：%1！</translation>
+    </message>
+    <message>
+        <source>unknown error [%1]</source>
+        <translation>未知错误[%1]</translation>
+    </message>
+    <message>
+        <source>Command %1 failed%2</source>
+        <translation>命令%1执行失败%2</translation>
+    </message>
+</context>
+<context>
+    <name>QObject</name>
+    <message>
+        <source>Please input %1</source>
+        <translation>请输入%1</translation>
+    </message>
+    <message>
+        <source>Please select %1</source>
+        <translation>请选择%1</translation>
+    </message>
+    <message>
+        <source>Operation is not allowed for operator</source>
+        <translation>操作员权限不允许此操作</translation>
+    </message>
+    <message>
+        <source>The function has been disabled due to system failure</source>
+        <translation>由于系统故障，该功能已被禁用</translation>
+    </message>
+    <message>
+        <source>The %1 name is empty</source>
+        <translation>%1名称为空</translation>
+    </message>
+    <message>
+        <source>The length of %1 is longer than %2 characters</source>
+        <translation>%1的长度超过%2个字符</translation>
+    </message>
+    <message>
+        <source>The %1 name is occupied with %2</source>
+        <translation>%1名称已被%2占用</translation>
+    </message>
+    <message>
+        <source>The %1 name is already defined as %2</source>
+        <translation>%1名称已定义为%2</translation>
+    </message>
+    <message>
+        <source>The %1 name does not match the naming conventions</source>
+        <translation>%1名称不符合命名规范</translation>
+    </message>
+    <message>
+        <source>Not allowed to %1 when there is a task running</source>
+        <translation>有任务正在运行时不允许%1</translation>
+    </message>
+    <message>
+        <source>Not allowed to %1 when the motor is on. Please motor off first</source>
+        <translation>电机上电时不允许%1，请先将电机下电</translation>
+    </message>
+    <message>
+        <source>Cannot read file %1</source>
+        <translation>无法读取文件%1</translation>
+    </message>
+    <message>
+        <source>Cannot write file %1</source>
+        <translation>无法写入文件%1</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>警告</translation>
+    </message>
+    <message>
+        <source>Information</source>
+        <translation>信息</translation>
+    </message>
+    <message>
+        <source>Question</source>
+        <translation>询问</translation>
+    </message>
+    <message>
+        <source>Warning!</source>
+        <translation>警告！</translation>
+    </message>
+    <message>
+        <source>Error!</source>
+        <translation>错误！</translation>
+    </message>
+    <message>
+        <source>ERROR</source>
+        <translation>严重错误</translation>
+    </message>
+    <message>
+        <source>Info!</source>
+        <translation>提示！</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>保存</translation>
+    </message>
+    <message>
+        <source>Discard</source>
+        <translation>放弃</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>是</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>否</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Above</source>
+        <translation>上方</translation>
+    </message>
+    <message>
+        <source>Below</source>
+        <translation>下方</translation>
+    </message>
+    <message>
+        <source>Auxiliary point</source>
+        <translation>辅助点</translation>
+    </message>
+    <message>
+        <source>End point</source>
+        <translation>终点</translation>
+    </message>
+</context>
+<context>
+    <name>velk::BaseCommand</name>
+    <message>
+        <source>rc.connect [-ip=&lt;ip&gt; -port=&lt;port&gt;]</source>
+        <translation>rc.connect [-ip=&lt;IP地址&gt; -port=&lt;端口&gt;]</translation>
+    </message>
+    <message>
+        <source>Try to connect to controller</source>
+        <translation>尝试连接控制器</translation>
+    </message>
+    <message>
+        <source>invalid ip or port specified</source>
+        <translation>指定的IP地址或端口无效</translation>
+    </message>
+    <message>
+        <source>rc.disconnect</source>
+        <translation>rc.disconnect</translation>
+    </message>
+    <message>
+        <source>Try to disconnect from connected controller</source>
+        <translation>尝试断开与当前控制器的连接</translation>
+    </message>
+    <message>
+        <source>controller is not connected</source>
+        <translation>控制器未连接</translation>
+    </message>
+    <message>
+        <source>rc.request &lt;command&gt; [-s] [-data=&lt;json&gt;]</source>
+        <translation>rc.request &lt;命令&gt; [-s] [-data=&lt;json&gt;]</translation>
+    </message>
+    <message>
+        <source>Send request command to controller, &apos;--sync&apos; option means synchronization, you can either input data json or use request mobj</source>
+        <translation>向控制器发送请求命令，&apos;--sync&apos;选项表示同步执行；请求数据可以直接输入json，也可以使用请求mobj</translation>
+    </message>
+    <message>
+        <source>controller is disconnected</source>
+        <translation>控制器已断开连接</translation>
+    </message>
+    <message>
+        <source>no such request command</source>
+        <translation>不存在该请求命令</translation>
+    </message>
+    <message>
+        <source>invalid data json: %1</source>
+        <translation>数据json无效：%1</translation>
+    </message>
+</context>
 </TS>
