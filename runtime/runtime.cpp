@@ -137,7 +137,6 @@ void Runtime::onStateChange()
 
 void Runtime::onMotion(velk::ModuleObject* object, int type)
 {
-    velk::ModuleObject* monitor = rc()->notifyMobj(QStringLiteral("motion.move.monitor"));
     if (type != velk::ActivateData || !object || object->pmobj() != monitor) {
         return;
     }

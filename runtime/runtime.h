@@ -44,6 +44,9 @@ private:
     // a safety stop ("NStop" means none) is active.
     QString motorPower;
     QString safetyStop;
+    // The monitor's notification object, looked up once: the pose streams
+    // at up to a thousand packets a second.
+    velk::ModuleObject* monitor = nullptr;
 };
 
 } // namespace zarvo

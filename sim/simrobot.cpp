@@ -1,5 +1,7 @@
 #include "simrobot.h"
 
+#include <cmath>
+
 #include <QJsonArray>
 #include <QtMath>
 
@@ -108,6 +110,17 @@ QJsonObject SimRobot::stateData() const
                        {QStringLiteral("safety_stop"), m_safetyStop}};
 }
 
+namespace {
+
+// A real controller reports what its encoders resolve, not 17 digits of
+// floating-point noise; the stream carries what a cell would send.
+double resolved(double value, double step)
+{
+    return std::round(value / step) * step;
+}
+
+} // namespace
+
 QJsonObject SimRobot::pose(double seconds)
 {
     // Slow sines with different periods and phases: smooth, never repeating
@@ -120,29 +133,32 @@ QJsonObject SimRobot::pose(double seconds)
     QJsonArray torque;
     for (int i = 0; i < 6; ++i) {
         const double phase = w * (1.0 + 0.17 * i) + 0.5 * i;
-        joint.append(base[i] + amp[i] * qSin(phase));
-        torque.append((6 - i) * 4.0 * qCos(phase) + 0.5 * qSin(3.0 * phase));
+        joint.append(resolved(base[i] + amp[i] * qSin(phase), 0.001));
+        torque.append(resolved((6 - i) * 4.0 * qCos(phase) + 0.5 * qSin(3.0 * phase), 0.01));
     }
 
-    const QJsonArray position{400.0 + 100.0 * qCos(w), 100.0 * qSin(w),
-                              500.0 + 50.0 * qSin(2.0 * w)};
+    const QJsonArray position{resolved(400.0 + 100.0 * qCos(w), 0.001),
+                              resolved(100.0 * qSin(w), 0.001),
+                              resolved(500.0 + 50.0 * qSin(2.0 * w), 0.001)};
 
     // Roll, pitch, yaw in degrees; the quaternion is the same rotation
     // (Z-Y-X convention), so a reader can cross-check the two.
     const double rx = 180.0;
-    const double ry = 10.0 * qSin(w);
-    const double rz = 90.0 + 20.0 * qSin(0.5 * w);
+    const double ry = resolved(10.0 * qSin(w), 0.001);
+    const double rz = resolved(90.0 + 20.0 * qSin(0.5 * w), 0.001);
     const double cr = qCos(qDegreesToRadians(rx) / 2), sr = qSin(qDegreesToRadians(rx) / 2);
     const double cp = qCos(qDegreesToRadians(ry) / 2), sp = qSin(qDegreesToRadians(ry) / 2);
     const double cy = qCos(qDegreesToRadians(rz) / 2), sy = qSin(qDegreesToRadians(rz) / 2);
-    const QJsonArray quaternion{cr * cp * cy + sr * sp * sy, sr * cp * cy - cr * sp * sy,
-                                cr * sp * cy + sr * cp * sy, cr * cp * sy - sr * sp * cy};
+    const QJsonArray quaternion{resolved(cr * cp * cy + sr * sp * sy, 1e-6),
+                                resolved(sr * cp * cy - cr * sp * sy, 1e-6),
+                                resolved(cr * sp * cy + sr * cp * sy, 1e-6),
+                                resolved(cr * cp * sy - sr * sp * cy, 1e-6)};
 
     return QJsonObject{{QStringLiteral("joint"), joint},
                        {QStringLiteral("position"), position},
                        {QStringLiteral("euler"), QJsonArray{rx, ry, rz}},
                        {QStringLiteral("quaternion"), quaternion},
-                       {QStringLiteral("elb"), 5.0 * qSin(0.7 * w)},
+                       {QStringLiteral("elb"), resolved(5.0 * qSin(0.7 * w), 0.001)},
                        {QStringLiteral("torque"), torque}};
 }
 
