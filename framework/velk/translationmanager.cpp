@@ -110,7 +110,11 @@ void TranslationManager::clear()
 {
     d->json.clear();
     for (QTranslator* translator : qAsConst(d->qm)) {
-        QCoreApplication::removeTranslator(translator);
+        // At process exit the application may be gone before this manager;
+        // its translators went with it.
+        if (QCoreApplication::instance()) {
+            QCoreApplication::removeTranslator(translator);
+        }
         delete translator;
     }
     d->qm.clear();
