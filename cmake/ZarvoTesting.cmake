@@ -10,6 +10,7 @@ function(zarvo_add_qtest source)
         set(ARG_TIMEOUT 120)
     endif()
     add_executable(${name} ${source} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
     target_link_libraries(${name} PRIVATE Qt5::Test ${ARG_LIBS})
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES

@@ -1,5 +1,6 @@
 #include "../services/modalcloser.h"
 #include "../velk/stderrcapture.h"
+#include "testfiles.h"
 
 #include "controller/controllermanager.h"
 #include "module/managerhelper.h"
@@ -35,19 +36,6 @@ const QByteArray kSitePassword = "site-secret-5817";
 const QString kLogFile = QStringLiteral("log/zarvo.log");
 // "MM/dd hh:mm:ss.zzz"
 const QString kLineTime = QStringLiteral("(\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d)");
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // How the log lines print an object pointer.
 QString senderText(QObject* sender)

@@ -1,5 +1,6 @@
 // The plug-in as the host sees it: a library file with one C entry point.
 
+#include "testfiles.h"
 #include <pomr/bmodule.h>
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
@@ -15,12 +16,6 @@
 namespace {
 
 using Factory = pomr::BModule* (*)(QObject*);
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 } // namespace
 

@@ -1,4 +1,5 @@
 #include "../velk/stderrcapture.h"
+#include "testfiles.h"
 
 #include "controller/controllermanager.h"
 #include "module/managerhelper.h"
@@ -24,12 +25,6 @@
 #include <QtTest>
 
 namespace {
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 QStringList names(const QList<pomr::BModule*>& modules)
 {

@@ -1,5 +1,6 @@
 #include "module/managerhelper.h"
 #include "services/paths.h"
+#include "testfiles.h"
 
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
@@ -15,17 +16,6 @@
 
 using PathFunction = std::function<QString(const QString&, const QString&)>;
 Q_DECLARE_METATYPE(PathFunction)
-
-namespace {
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
-
-} // namespace
 
 class tst_Paths : public QObject
 {

@@ -1,5 +1,6 @@
 #include "module/managerhelper.h"
 #include "settings/settingmanager.h"
+#include "testfiles.h"
 
 #include <velk/jsonfile.h>
 #include <velk/resourcemanager.h>
@@ -24,19 +25,6 @@ namespace {
 
 const QString kFile = QStringLiteral("./config/setting.json");
 const QString kTemplate = QStringLiteral(":/zarvo/template/setting.json");
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 QJsonObject readJson(const QString& path)
 {

@@ -1,3 +1,4 @@
+#include "testfiles.h"
 #include <velk/jsonfile.h>
 #include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
@@ -54,12 +55,6 @@ private:
     QString m_path;
     int m_saved = -1;
 };
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-}
 
 } // namespace
 

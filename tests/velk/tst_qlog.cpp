@@ -1,4 +1,5 @@
 #include "stderrcapture.h"
+#include "testfiles.h"
 
 #include <velk/qlog.h>
 
@@ -22,18 +23,6 @@ namespace {
 
 const QString kGreen = QStringLiteral("\033[32m");
 const QString kCyan = QStringLiteral("\033[36m");
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
 
 } // namespace
 

@@ -1,4 +1,5 @@
 #include "stderrcapture.h"
+#include "testfiles.h"
 
 #include <velk/qlog.h>
 #include <velk/resourcemanager.h>
@@ -34,18 +35,6 @@ QJsonObject json(const char* text)
 QJsonObject sample()
 {
     return json(R"({"a":1,"ab":2,"b":{"c":"x","d":{"e":true}}})");
-}
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "stderrcapture.h"
+#include "testfiles.h"
 
 #include <velk/qlog.h>
 #include <velk/translationmanager.h>
@@ -16,12 +17,6 @@
 using velk::translator;
 
 namespace {
-
-bool writeFile(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
-}
 
 const char* const kTs = R"(<?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
