@@ -10,6 +10,8 @@
 #include <QLineEdit>
 #include <QPointer>
 
+#include <cmath>
+
 namespace {
 
 QStringList declaredNames(velk::ModuleObject* declaration)
@@ -126,7 +128,12 @@ void refreshComboBox(QComboBox* box, const QStringList& items)
 
 QString varDoubleToString(QVariant value)
 {
-    QString text = QString::number(value.toDouble(), 'f', 11);
+    const double number = value.toDouble();
+    QString text = QString::number(number, 'f', 11);
+    // Qt drops the sign of a negative zero; the display keeps it.
+    if (number == 0 && std::signbit(number) && !text.startsWith(QLatin1Char('-'))) {
+        text.prepend(QLatin1Char('-'));
+    }
     for (int i = text.size() - 1; i >= 1; --i) {
         const QChar c = text.at(i);
         if (c == QLatin1Char('0')) {
