@@ -49,7 +49,7 @@ int RsyncRunner::queuedRequesters() const
     return m_requesters.size();
 }
 
-QString RsyncRunner::localForm(const QString& localPath)
+QString RsyncRunner::localForm(const QString& localPath, bool escapeBlanks)
 {
     QString path = QDir::current().relativeFilePath(QDir::fromNativeSeparators(localPath));
     if (path.contains(QLatin1String(":/"))) {
@@ -60,7 +60,9 @@ QString RsyncRunner::localForm(const QString& localPath)
         }
         path.prepend(QLatin1String("/cygdrive/"));
     }
-    path.replace(QLatin1Char(' '), QLatin1String("\\ "));
+    if (escapeBlanks) {
+        path.replace(QLatin1Char(' '), QLatin1String("\\ "));
+    }
     return path;
 }
 

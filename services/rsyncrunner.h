@@ -35,9 +35,18 @@ public:
     int queuedRequesters() const;
 
     // The forms rsync is given: the local path relative to the working
-    // directory (another drive as /cygdrive/<d>/...) with blanks escaped, and
-    // the daemon address zarvo@<server ip>::hmi/<remote>.
-    static QString localForm(const QString& localPath);
+    // directory (another drive as /cygdrive/<d>/...), and the daemon address
+    // zarvo@<server ip>::hmi/<remote>.
+    //
+    // Blanks are escaped ("a\ b") only where rsync parses its command line
+    // again (the POSIX layer of Windows). Elsewhere it receives argv as it is,
+    // and an escaped blank would name another file.
+#ifdef Q_OS_WIN
+    static constexpr bool EscapeBlanks = true;
+#else
+    static constexpr bool EscapeBlanks = false;
+#endif
+    static QString localForm(const QString& localPath, bool escapeBlanks = EscapeBlanks);
     static QString remoteForm(const QString& host, const QString& remotePath);
     static QStringList arguments(bool push, bool deleteExtraneous, const QString& local,
                                  const QString& remote, const QStringList& extraArgs);

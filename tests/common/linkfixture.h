@@ -75,7 +75,7 @@ public:
         }
         QSignalSpy connected(rc(), &ControllerManager::rcConnected);
         rc()->connectToRC(true, false);
-        return connected.wait(5000);
+        return !connected.isEmpty() || connected.wait(5000);
     }
 
     bool disconnectLink()
@@ -85,7 +85,8 @@ public:
         }
         QSignalSpy disconnected(rc(), &ControllerManager::rcDisconnected);
         rc()->disconnectFromRC();
-        return disconnected.wait(5000) || !rc()->isConnected();
+        // The socket may report the disconnect before disconnectFromRC() returns.
+        return !disconnected.isEmpty() || disconnected.wait(5000) || !rc()->isConnected();
     }
 
     void stop()
