@@ -171,6 +171,8 @@ public:
     quint16 port() const { return m_server.serverPort(); }
 
     bool answering = true;
+    // The data of heartbeat answers; undefined leaves the key out.
+    QJsonValue heartbeatData = QJsonObject{{"name", "Zarvo"}};
     // The bytes to send back for a request that is not the heartbeat; a null
     // result leaves it to the default answer, an empty one sends nothing.
     std::function<QByteArray(const QJsonObject&)> responder;
@@ -243,7 +245,11 @@ private:
             const QString id = packet.value(QStringLiteral("id")).toString();
             QByteArray answer;
             if (isHeartbeat(packet)) {
-                answer = compact({{"id", id}, {"data", QJsonObject{{"name", "Zarvo"}}}}) + '\n';
+                QJsonObject beat{{"id", id}};
+                if (!heartbeatData.isUndefined()) {
+                    beat.insert("data", heartbeatData);
+                }
+                answer = compact(beat) + '\n';
             } else {
                 answer = responder ? responder(packet) : QByteArray();
                 if (answer.isNull() && !id.isEmpty()) {

@@ -1,5 +1,5 @@
-// The heartbeat forgives one missed answer, and the next good one forgives it
-// again. Takes about three heartbeat periods of real time.
+// What the heartbeat accepts as a controller's answer, and how it forgives
+// one missed answer. Takes about three heartbeat periods of real time.
 
 #include "linkprobes.h"
 
@@ -18,7 +18,39 @@ private Q_SLOTS:
         QVERIFY(fixture.start());
     }
 
+    void init() { QVERIFY(backToSimulator(fixture)); }
+
     void cleanupTestCase() { fixture.stop(); }
+
+    void wrongHeartbeatAnswer_data()
+    {
+        QTest::addColumn<QJsonValue>("data");
+        QTest::newRow("another name") << QJsonValue(QJsonObject{{"name", "Other"}});
+        QTest::newRow("name in another case") << QJsonValue(QJsonObject{{"name", "zarvo"}});
+        QTest::newRow("name not a string") << QJsonValue(QJsonObject{{"name", 7}});
+        QTest::newRow("no name") << QJsonValue(QJsonObject{{"alias", "Zarvo"}});
+        QTest::newRow("no data") << QJsonValue(QJsonValue::Undefined);
+    }
+
+    // Only a peer that names itself "Zarvo" is a controller.
+    void wrongHeartbeatAnswer()
+    {
+        QFETCH(QJsonValue, data);
+        RawPeer impostor;
+        impostor.heartbeatData = data;
+        QVERIFY(impostor.listen());
+        QVERIFY(dropLink());
+        pointServerAt(impostor.port());
+        HmiRecords records;
+        QSignalSpy connected(rc(), &ControllerManager::rcConnected);
+
+        rc()->connectToRC(true, false);
+        QVERIFY(records.waitFor("Connection failed: no response",
+                                ControllerManager::ExecTimeout + Slack));
+        QVERIFY(!rc()->isConnected());
+        QTRY_COMPARE_WITH_TIMEOUT(impostor.closed, 1, Slack);
+        QVERIFY(!connected.wait(ControllerManager::AnnounceDelay + 500));
+    }
 
     void oneMissIsTolerated()
     {

@@ -3,6 +3,9 @@
 
 #include "linkprobes.h"
 
+#include <velk/networkhandle.h>
+#include <velk/networkobject.h>
+
 using namespace linkprobes;
 
 class tst_ControllerManagerLinkLoss : public QObject
@@ -56,6 +59,38 @@ private Q_SLOTS:
         // The announcement would have come 100 ms after a proven connect.
         QVERIFY(!connected.wait(ControllerManager::AnnounceDelay + 500));
         QCOMPARE(disconnected.count(), 0);
+    }
+
+    // Errors of the upgrade link matter only while the controller is there.
+    void upgradeLinkErrors_data()
+    {
+        QTest::addColumn<bool>("linked");
+        QTest::newRow("controller connected") << true;
+        QTest::newRow("controller not connected") << false;
+    }
+
+    void upgradeLinkErrors()
+    {
+        QFETCH(bool, linked);
+        if (!linked) {
+            QVERIFY(dropLink());
+        }
+        quint16 deadPort;
+        {
+            QTcpServer gone;
+            QVERIFY(gone.listen(QHostAddress::LocalHost, 0));
+            deadPort = gone.serverPort();
+        }
+        const QJsonObject upgrade = setting()->getObj("upgrade_server");
+        setting()->set("upgrade_server", QJsonObject{{"ip", "127.0.0.1"}, {"port", deadPort}});
+        QSignalSpy failed(velk::net(QStringLiteral("upgrade_tcp"))->handle(),
+                          &velk::NetworkHandle::socketError);
+        LogTail log;
+
+        rc()->connectToRC(false, true);
+        QVERIFY(failed.wait(Slack));
+        QCOMPARE(log.count("upgrade server socket error: "), linked ? 1 : 0);
+        setting()->set("upgrade_server", upgrade);
     }
 
     // The socket drops while the first heartbeat is out: the link was up for

@@ -223,6 +223,21 @@ private Q_SLOTS:
         QCOMPARE(disconnected.count(), 0);
         QVERIFY(rc()->isConnected());
     }
+
+    // With an address it keeps the port, stores the address and connects.
+    void connectWithAddressSavesIt()
+    {
+        QVERIFY(dropLink());
+        setting()->set("server", QJsonObject{{"ip", "127.0.0.9"}, {"port", sim().tcpPort()}});
+        const QJsonObject upgrade = setting()->getObj("upgrade_server");
+        QSignalSpy connected(rc(), &ControllerManager::rcConnected);
+
+        rc()->connectToRC(QStringLiteral("127.0.0.1"), QString());
+        QVERIFY(connected.wait(Slack));
+        QCOMPARE(setting()->getObj("server"),
+                 (QJsonObject{{"ip", "127.0.0.1"}, {"port", sim().tcpPort()}}));
+        QCOMPARE(setting()->getObj("upgrade_server"), upgrade);
+    }
 };
 
 QTEST_MAIN(tst_ControllerManagerTimeouts)
