@@ -267,6 +267,39 @@ private:
     QHash<QTcpSocket*, QByteArray> m_buffers;
 };
 
+// Over a spy of RcSimulator::requestReceived: how many packets of `command`
+// arrived, and the last of them.
+inline int countCommand(const QSignalSpy& received, const QString& command)
+{
+    int n = 0;
+    for (const QList<QVariant>& args : received) {
+        n += args.at(0).toJsonObject().value("command").toString() == command ? 1 : 0;
+    }
+    return n;
+}
+
+inline QJsonObject lastOf(const QSignalSpy& received, const QString& command)
+{
+    for (int i = received.size() - 1; i >= 0; --i) {
+        const QJsonObject packet = received.at(i).at(0).toJsonObject();
+        if (packet.value("command").toString() == command) {
+            return packet;
+        }
+    }
+    return {};
+}
+
+// True when `spy` recorded an activation of `object` itself with new data.
+inline bool activatedItself(const QSignalSpy& spy, velk::ModuleObject* object)
+{
+    for (const QList<QVariant>& args : spy) {
+        if (args.at(0).value<velk::ModuleObject*>() == object && args.at(1).toInt() == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 inline void pointServerAt(quint16 port)
 {
     setting()->set(QStringLiteral("server"), QJsonObject{{"ip", "127.0.0.1"}, {"port", int(port)}});

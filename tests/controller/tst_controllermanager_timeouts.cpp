@@ -7,16 +7,6 @@ using namespace linkprobes;
 
 namespace {
 
-bool activatedItself(const QSignalSpy& spy, velk::ModuleObject* object)
-{
-    for (const QList<QVariant>& args : spy) {
-        if (args.at(0).value<velk::ModuleObject*>() == object && args.at(1).toInt() == 0) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // The asynchronous time-out's own error line names the id.
 bool hasErrorLineWith(const LogTail& log, const QString& id)
 {
