@@ -127,6 +127,12 @@ void ControllerManager::registerChannels()
     if (rcTcp->handle()) {
         connect(rcTcp->handle(), &velk::NetworkHandle::jsonObtained, this,
                 &ControllerManager::analyseJson);
+        // The framework skips what is no JSON object and reads on; that our
+        // controller sent it belongs in the module's log as an error.
+        connect(rcTcp->handle(), &velk::NetworkHandle::packageError, this,
+                [](const QString& error) {
+                    zarvo::errorLog().nospace() << "unusable packet from rc: " << error;
+                });
         connect(rcTcp->socket(), &QAbstractSocket::connected, this,
                 &ControllerManager::onControllerConnected);
         connect(rcTcp->socket(), &QAbstractSocket::disconnected, this,
