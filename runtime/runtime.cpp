@@ -71,8 +71,9 @@ void Runtime::init()
             });
     connect(link->notifyMobj(QStringLiteral("system.state.change")), &velk::ModuleObject::changed,
             this, &Runtime::onStateChange);
-    connect(link->notifyMobj(QStringLiteral("motion.move.monitor")), &velk::ModuleObject::activated,
-            this, [this](velk::ModuleObject* object, int type) { onMotion(object, type); });
+    monitor = link->notifyMobj(QStringLiteral("motion.move.monitor"));
+    connect(monitor, &velk::ModuleObject::activated, this,
+            [this](velk::ModuleObject* object, int type) { onMotion(object, type); });
 
     velk::ModuleObject* params = link->responseMobj(QStringLiteral("system.controller.get_params"));
     connect(params->cmobj(QStringLiteral("disk_serial_number")), &velk::ModuleObject::changed, this,
