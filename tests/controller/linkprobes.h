@@ -358,6 +358,20 @@ inline bool backToSimulator(LinkFixture& fixture)
 
 // The simulator holds back its answer to the next request of `command` by
 // `ms`; requests after that one are answered at once again.
+// Between two cases: no faults, linked to the simulator again, and nothing a
+// failed case left pending leaking into the next one.
+inline bool restoreLink(LinkFixture& fixture)
+{
+    fixture.sim.clearFaults();
+    if (!backToSimulator(fixture)) {
+        return false;
+    }
+    if (!settled()) {
+        rc()->connectToRC(QString(), QString());
+    }
+    return true;
+}
+
 inline void delayNext(RcSimulator& sim, const QString& command, int ms)
 {
     sim.injectFault(Fault::Delay, ms);

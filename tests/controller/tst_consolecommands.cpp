@@ -84,14 +84,7 @@ private Q_SLOTS:
         QVERIFY(backToSimulator(fixture));
     }
 
-    void cleanup()
-    {
-        sim().clearFaults();
-        QVERIFY(backToSimulator(fixture));
-        if (!settled()) {
-            rc()->connectToRC(QString(), QString());
-        }
-    }
+    void cleanup() { QVERIFY(restoreLink(fixture)); }
 
     void cleanupTestCase() { fixture.stop(); }
 

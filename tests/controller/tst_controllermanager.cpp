@@ -43,15 +43,7 @@ private Q_SLOTS:
         QVERIFY(backToSimulator(fixture));
     }
 
-    void cleanup()
-    {
-        sim().clearFaults();
-        QVERIFY(backToSimulator(fixture));
-        if (!settled()) {
-            // Whatever a failed case left pending must not leak into the next one.
-            rc()->connectToRC(QString(), QString());
-        }
-    }
+    void cleanup() { QVERIFY(restoreLink(fixture)); }
 
     void cleanupTestCase() { fixture.stop(); }
 
