@@ -13,9 +13,13 @@ function(zarvo_add_qtest source)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
     target_link_libraries(${name} PRIVATE Qt5::Test ${ARG_LIBS})
     add_test(NAME ${name} COMMAND ${name})
+    set(environment "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
+    if(ZARVO_SANITIZE)
+        list(APPEND environment "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/lsan.supp")
+    endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
+        ENVIRONMENT "${environment}")
 endfunction()
 
 # Adds every tst_*.cpp of the calling folder as its own test.
