@@ -69,7 +69,7 @@ private Q_SLOTS:
         m_input = std::make_unique<QSignalSpy>(&manager(), &CommandManager::input);
         const QJsonObject data{{"mode", "manual"},
                                {"joint", QJsonArray{1, 2}},
-                               {"server", QJsonObject{{"ip", "10.0.0.2"}, {"port", 5050}}},
+                               {"server", QJsonObject{{"port", 5050}}},
                                {"sibling", 1}};
         velk::m().ensure("tst_cmd")->importFromJson(this, data, true, false, false);
     }
@@ -90,8 +90,7 @@ private Q_SLOTS:
             QVERIFY2(names.contains(name) && manager().find(name), name);
         }
         QVERIFY(std::is_sorted(names.cbegin(), names.cend()));
-        QVERIFY(!names.contains("zz.secret"));
-        QVERIFY(manager().names(false).contains("zz.secret"));
+        QVERIFY(!names.contains("zz.secret") && manager().names(false).contains("zz.secret"));
 
         RecordingCommand twin("zz.alpha"), spaced("zz bad"), unnamed{QString()};
         for (auto* bad : {&twin, &spaced, &unnamed, static_cast<RecordingCommand*>(nullptr)}) {
@@ -100,16 +99,13 @@ private Q_SLOTS:
         QCOMPARE(manager().find("zz.alpha"), m_alpha.get());
         QVERIFY(!manager().cancel(&twin));
         QVERIFY(manager().cancel(m_alpha.get()));
-        QVERIFY(!manager().find("zz.alpha"));
         // A cancelled command must not be forgotten again when destroyed: the
         // new holder of the name would lose its entry.
         QVERIFY(manager().regist(&twin));
         m_alpha.reset();
         QCOMPARE(manager().find("zz.alpha"), &twin);
         QVERIFY(manager().cancel(&twin));
-        // A destroyed command is forgotten.
-        m_alpine.reset();
-        QVERIFY(!manager().names(false).contains("zz.alpine"));
+        m_alpine.reset(); // a destroyed command is forgotten
         QVERIFY(!manager().execute("zz.alpine"));
     }
 
@@ -120,7 +116,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("args"); // what zz.alpha got; null: not run
         QTest::addColumn<bool>("ok");
         QTest::newRow("no arguments") << "zz.alpha" << "" << true;
-        QTest::newRow("arguments") << "zz.alpha -ip=10.0.0.2 -port=5050" << "-ip=10.0.0.2 -port=5050" << true;
         QTest::newRow("outer blanks ignored") << "  zz.alpha x y  " << "x y" << true;
         QTest::newRow("one blank taken") << "zz.alpha   x" << "  x" << true;
         QTest::newRow("tab separates") << "zz.alpha\tx" << "x" << true;
@@ -146,65 +141,43 @@ private Q_SLOTS:
     }
 
     // clang-format off
-    void complete_data()
+    void completeAndHint_data()
     {
         QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("input"); // null: nothing typed
-        QTest::addColumn<bool>("toCommand");
-        QTest::newRow("common prefix") << "zz.al" << "p" << false;
-        QTest::newRow("unique name") << "zz.alph" << "a " << false;
-        QTest::newRow("complete name") << "zz.alpha" << " " << false;
-        QTest::newRow("ambiguous at prefix") << "zz.alp" << QString() << false;
-        QTest::newRow("no candidate") << "zz.q" << QString() << false;
-        QTest::newRow("unlisted not offered") << "zz.sec" << QString() << false;
-        QTest::newRow("leading blanks") << "  mobj.g" << "et " << false;
-        QTest::newRow("arguments go to the command") << "zz.alpha sys" << QString() << true;
-        QTest::newRow("unknown command's arguments") << "zz.unknown x" << QString() << false;
-        QTest::newRow("path, top level") << "mobj.get tst_c" << "md." << false;
-        QTest::newRow("path, object child") << "mobj.get tst_cmd.se" << "rver." << false;
-        QTest::newRow("path, leaf child") << "mobj.set tst_cmd.mo" << "de" << false;
-        QTest::newRow("path, ambiguous stem") << "mobj.get tst_cmd.s" << QString() << false;
-        QTest::newRow("path, value typed") << "mobj.set tst_cmd.mo x" << QString() << false;
-        QTest::newRow("path, unknown group") << "mobj.get tst_cmd.zz.a" << QString() << false;
+        QTest::addColumn<QString>("input"); // typed on completion; null: nothing
+        QTest::addColumn<QString>("hint");  // shown; "!": an error; "=": zz.alpha's own; null: not asked
+        QTest::newRow("common prefix") << "zz.al" << "p" << "zz.alpha\t zz.alpine";
+        QTest::newRow("unique name") << "zz.alph" << "a " << QString();
+        QTest::newRow("complete name") << "zz.alpha" << " " << "=";
+        QTest::newRow("ambiguous at prefix") << "zz.alp" << QString() << QString();
+        QTest::newRow("unknown") << "zz.q" << QString() << "!";
+        QTest::newRow("unlisted not offered") << "zz.sec" << QString() << QString();
+        QTest::newRow("leading blanks") << "  mobj.g" << "et " << QString();
+        QTest::newRow("arguments go to the command") << "zz.alpha sys" << QString() << "=";
+        QTest::newRow("path, top level") << "mobj.get tst_c" << "md." << QString();
+        QTest::newRow("path, object child") << "mobj.get tst_cmd.se" << "rver." << QString();
+        QTest::newRow("path, leaf child") << "mobj.set tst_cmd.mo" << "de" << QString();
+        QTest::newRow("path, ambiguous stem") << "mobj.get tst_cmd.s" << QString() << QString();
+        QTest::newRow("path, value typed") << "mobj.set tst_cmd.mo x" << QString() << QString();
     }
     // clang-format on
 
-    void complete()
+    void completeAndHint()
     {
         QFETCH(QString, line);
         QFETCH(QString, input);
-        QFETCH(bool, toCommand);
+        QFETCH(QString, hint);
         manager().complete(line);
         QCOMPARE(only(*m_input), input);
-        QCOMPARE(m_alpha->completed, toCommand ? QStringList{line} : QStringList());
+        QCOMPARE(m_alpha->completed,
+                 line.startsWith("zz.alpha ") ? QStringList{line} : QStringList());
         QCOMPARE(m_error->count(), 0);
-    }
-
-    // clang-format off
-    void hint_data()
-    {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("output");
-        QTest::addColumn<bool>("toCommand");
-        QTest::addColumn<bool>("isError");
-        QTest::newRow("candidates") << "zz.al" << "zz.alpha\t zz.alpine" << false << false;
-        QTest::newRow("exact name") << "zz.alpha" << QString() << true << false;
-        QTest::newRow("with arguments") << "zz.alpha x" << QString() << true << false;
-        QTest::newRow("unknown") << "zz.q" << QString() << false << true;
-        QTest::newRow("unknown with arguments") << "zz.alpx y" << QString() << false << true;
-    }
-    // clang-format on
-
-    void hint()
-    {
-        QFETCH(QString, line);
-        QFETCH(QString, output);
-        QFETCH(bool, toCommand);
-        QFETCH(bool, isError);
-        manager().hint(line);
-        QCOMPARE(m_alpha->hinted, toCommand ? QStringList{line} : QStringList());
-        QCOMPARE(m_error->count(), isError ? 1 : 0);
-        QCOMPARE(only(*m_output), output);
+        if (!hint.isNull()) {
+            manager().hint(line);
+            QCOMPARE(m_alpha->hinted, hint == "=" ? QStringList{line} : QStringList());
+            QCOMPARE(m_error->count(), hint == "!" ? 1 : 0);
+            QCOMPARE(only(*m_output), hint == "=" || hint == "!" ? QString() : hint);
+        }
     }
 
     void help()
@@ -219,8 +192,6 @@ private Q_SLOTS:
             QVERIFY2(lines[i].startsWith(command->usage()), qPrintable(lines[i]));
             QVERIFY2(lines[i].contains(command->description()), qPrintable(lines[i]));
         }
-        QVERIFY(lines.indexOf(QRegularExpression("^mobj.set <path> <json-value> .*")) >= 0);
-
         m_output->clear();
         QVERIFY(manager().execute("help zz.secret"));
         QVERIFY(only(*m_output).contains("records what it gets"));
@@ -255,8 +226,7 @@ private Q_SLOTS:
         QCOMPARE(parseJson(only(*m_output)), velk::m(node)->exportToJson());
         QVERIFY(velk::m(node)->cmobjCount() == 0 || only(*m_output).contains("\n    \""));
 
-        // Without a path: the whole tree, ours included.
-        m_output->clear();
+        m_output->clear(); // without a path: the whole tree
         QVERIFY(manager().execute("mobj.get"));
         QCOMPARE(parseJson(only(*m_output)).toObject().value("tst_cmd"),
                  velk::m("tst_cmd")->exportToJson());
@@ -268,14 +238,10 @@ private Q_SLOTS:
         QTest::addColumn<QString>("args");
         QTest::addColumn<QString>("expected"); // JSON of the new node; null: refused
         QTest::newRow("number") << "42" << "42";
-        QTest::newRow("quoted string") << R"("auto")" << R"("auto")";
         QTest::newRow("bare words") << "two words" << R"("two words")";
-        QTest::newRow("boolean") << "true" << "true";
-        QTest::newRow("null") << "null" << "null";
         QTest::newRow("array") << "[1, \"x\", false]" << R"([1,"x",false])";
         QTest::newRow("object") << R"({"ip":"1.2.3.4","port":1})" << R"({"ip":"1.2.3.4","port":1})";
         QTest::newRow("broken json is text") << "{\"a\":" << "\"{\\\"a\\\":\"";
-        QTest::newRow("no path") << "" << QString();
         QTest::newRow("no value") << "tst_cmd.mode" << QString();
         QTest::newRow("bad path") << "tst_cmd..x 1" << QString();
     }
@@ -289,15 +255,13 @@ private Q_SLOTS:
         ModuleObject* top = velk::m("tst_cmd");
         const QJsonValue before = top->exportToJson();
         QSignalSpy added(top, &ModuleObject::added);
-        QVERIFY(manager().execute(
-            "mobj.set " + (expected.isNull() || args.isEmpty() ? args : path + ' ' + args)));
+        QVERIFY(manager().execute("mobj.set " + (expected.isNull() ? args : path + ' ' + args)));
         if (expected.isNull()) {
             QCOMPARE(m_error->count(), 1);
             QCOMPARE(top->exportToJson(), before);
             return;
         }
         QCOMPARE(m_error->count(), 0);
-        QCOMPARE(m_output->count(), 1);
         QCOMPARE(added.count(), 1); // the created path is announced
         ModuleObject* node = velk::m(path);
         QCOMPARE(node->exportToJson(), parseJson(expected));
