@@ -30,20 +30,14 @@ const char kTs[] = R"(<?xml version="1.0" encoding="utf-8"?>
 // empty when lrelease is not available.
 QString compileQm(const QTemporaryDir& dir)
 {
-    QString lrelease = QLibraryInfo::location(QLibraryInfo::BinariesPath) + "/lrelease";
-    if (!QFileInfo(lrelease).isExecutable()) {
-        lrelease = QStandardPaths::findExecutable("lrelease");
-    }
-    const QString ts = dir.filePath("greeting_cn.ts");
+    QString lrelease = QStandardPaths::findExecutable(
+        "lrelease", {QLibraryInfo::location(QLibraryInfo::BinariesPath)});
+    lrelease = lrelease.isEmpty() ? QStandardPaths::findExecutable("lrelease") : lrelease;
     const QString qm = dir.filePath("greeting_cn.qm");
-    if (lrelease.isEmpty() || !writeFile(ts, kTs)) {
-        return QString();
-    }
     QProcess process;
-    process.start(lrelease, {"-silent", ts, "-qm", qm});
-    if (!process.waitForFinished(30000) || process.exitCode() != 0) {
-        process.kill();
-        return QString();
+    if (!lrelease.isEmpty() && writeFile(dir.filePath("greeting_cn.ts"), kTs)) {
+        process.start(lrelease, {"-silent", dir.filePath("greeting_cn.ts"), "-qm", qm});
+        process.waitForFinished(30000);
     }
     return QFileInfo::exists(qm) ? qm : QString();
 }
@@ -73,7 +67,6 @@ private Q_SLOTS:
         QTest::newRow("other context falls back") << "command" << flat << "page" << "rc/move" << "rc/move";
         QTest::newRow("non-string skipped") << "command" << flat << "command" << "rc/stop" << "rc/stop";
         QTest::newRow("contexts in file") << QString() << nested << "command" << "rc/move" << "Move";
-        QTest::newRow("unknown text falls back") << QString() << nested << "command" << "Away" << "Away";
         QTest::newRow("non-object skipped") << QString() << nested << "stray" << "value" << "value";
         // clang-format on
     }
@@ -86,9 +79,8 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(QString, expected);
         QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("command_cn.json"), file));
-        QVERIFY(
-            translator().installJsonTranslator(installContext, dir.filePath("command_cn.json")));
+        const QString path = dir.filePath("command_cn.json");
+        QVERIFY(writeFile(path, file) && translator().installJsonTranslator(installContext, path));
         QCOMPARE(translator().dtr(context, text), expected);
         QCOMPARE(translator().dtr(QString(), QString()), QString());
     }
@@ -129,7 +121,6 @@ private Q_SLOTS:
         QCOMPARE(translator().dtr("greeting", "Hello"), QStringLiteral("你好"));
         // Installed into the application: plain tr() lookups see it too.
         QCOMPARE(QCoreApplication::translate("greeting", "Bye"), QStringLiteral("再见"));
-        QCOMPARE(translator().dtr("other", "Hello"), QStringLiteral("Hello"));
         // JSON is asked first.
         QVERIFY(writeFile(dir.filePath("over.json"), R"({"Hello": "您好"})"));
         QVERIFY(translator().installJsonTranslator("greeting", dir.filePath("over.json")));
