@@ -4,10 +4,6 @@
 #include <velk/moduleobject.h>
 #include <velk/velk.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSignalSpy>
 #include <QtTest>
 
 #include <memory>

@@ -2,9 +2,6 @@
 
 #include <velk/jsonfile.h>
 
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>

@@ -1,8 +1,5 @@
 #include <velk/jsonstreamreader.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QtTest>
 
 using velk::JsonStreamReader;

@@ -6,9 +6,6 @@
 #include <velk/qlog.h>
 #include <velk/velk.h>
 
-#include <QJsonObject>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using velk::ModuleManager;

@@ -3,7 +3,6 @@
 #include <velk/networkobject.h>
 #include <velk/velk.h>
 
-#include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUdpSocket>

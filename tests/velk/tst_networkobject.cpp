@@ -1,9 +1,6 @@
 #include <velk/networkhandle.h>
 #include <velk/networkobject.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUdpSocket>

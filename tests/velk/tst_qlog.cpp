@@ -3,7 +3,6 @@
 
 #include <velk/qlog.h>
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <functional>

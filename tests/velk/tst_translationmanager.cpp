@@ -5,10 +5,6 @@
 #include <velk/translationmanager.h>
 #include <velk/velk.h>
 
-#include <QLibraryInfo>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using velk::translator;
