@@ -8,7 +8,6 @@
 
 #include <QtTest>
 
-using velk::ModuleManager;
 using velk::ModuleObject;
 
 namespace {
@@ -36,7 +35,6 @@ private Q_SLOTS:
                 velk::m().root()->remove(this, name, false);
             }
         }
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
     // clang-format off
@@ -50,6 +48,7 @@ private Q_SLOTS:
         QTest::newRow("missing") << "tst_mm_f.zz" << "" << "";
         QTest::newRow("below the empty node") << "a" << "tst_mm_none" << "";
         QTest::newRow("base itself") << "" << "tst_mm_f.a" << "tst_mm_f.a";
+        QTest::newRow("empty segment") << "tst_mm_f..a" << "" << "";
     }
     // clang-format on
 
@@ -58,23 +57,15 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, base);
         QFETCH(QString, expected);
+        QSignalSpy added(velk::m().root(), &ModuleObject::added);
         velk::m().ensure("tst_mm_f.a.b");
+        QCOMPARE(added.count(), 1); // the top of the new path only
         ModuleObject* found = velk::m().find(name, base.isEmpty() ? nullptr : velk::m(base));
         QCOMPARE(found->fullName(), expected);
         QCOMPARE(found->isEmptyMobj(), expected.isEmpty());
-    }
-
-    void ensureCreatesAndAnnounces()
-    {
-        QSignalSpy added(velk::m().root(), &ModuleObject::added);
-        ModuleObject* node = velk::m().ensure("tst_mm_e.a.b");
-        QCOMPARE(node->fullName(), QStringLiteral("tst_mm_e.a.b"));
-        QCOMPARE(added.count(), 1); // the top of the new path only
-        QCOMPARE(added.at(0).at(0).toString(), QStringLiteral("tst_mm_e"));
-        QCOMPARE(velk::m().ensure("tst_mm_e.a.b"), node);
-        QCOMPARE(added.count(), 1);
-        QVERIFY(velk::m().ensure("tst_mm_e..x")->isEmptyMobj());
-        QVERIFY(velk::m().ensure(QString())->isEmptyMobj());
+        if (base.isEmpty()) { // ensure() gives what exists, makes what not, never a bad name
+            QCOMPARE(velk::m().ensure(name)->isEmptyMobj(), name.contains(".."));
+        }
     }
 
     void registAndCancel()
@@ -86,10 +77,9 @@ private Q_SLOTS:
         QCOMPARE(added.at(0).at(1).value<QObject*>(), &m_module);
         // The holder may register again; nobody else may take or cancel the name.
         QVERIFY(velk::m().regist(&m_module, name));
-        QVERIFY(!velk::m().regist(&m_other, name));
-        QVERIFY(!velk::m().cancel(&m_other, name));
-        QVERIFY(!velk::m().regist(nullptr, "tst_mm_x") && !velk::m().regist(&m_other, QString()));
-        QVERIFY(!velk::m().regist(&m_other, "tst_mm_x.y"));
+        QVERIFY(!velk::m().regist(&m_other, name) && !velk::m().cancel(&m_other, name));
+        QVERIFY(!velk::m().regist(nullptr, "tst_mm_x") &&
+                !velk::m().regist(&m_other, "tst_mm_x.y"));
 
         velk::m(name)->set(this, "a.b", 1, true);
         QSignalSpy activated(velk::m().root(), &ModuleObject::activated);
@@ -97,47 +87,25 @@ private Q_SLOTS:
         QCOMPARE(activated.count(), 1);
         QCOMPARE(activated.at(0).at(1).toInt(), int(velk::ActivateRemoved));
         QVERIFY(velk::m(name)->isEmptyMobj());
-        QVERIFY(!velk::m().cancel(&m_module, name));
-
         // A destroyed module frees its name.
         auto* module = new QObject;
         QVERIFY(velk::m().regist(module, name));
         delete module;
-        QVERIFY(!velk::m().module(name));
         QVERIFY(velk::m().regist(&m_other, name));
     }
 
-    void jsonFiles()
+    void importFromJsonFile()
     {
         const QString file = m_dir.filePath("rc.json");
-        QVERIFY(
-            writeFile(file, kBom + "{\"sys\":{\"power\":\"off\"},\r\n\"code\":{\"0\":\"-\"}}\r\n"));
+        QVERIFY(writeFile(file, kBom + "{\"sys\":{\"power\":\"off\"},\r\n\"n\":1}\r\n"));
         QVERIFY(velk::m().importFromJson(&m_module, file, "tst_mm_rc", true, true));
-        ModuleObject* power = velk::m("tst_mm_rc.sys.power");
-        QCOMPARE(power->getString(), QStringLiteral("off"));
-
-        // Notify: the sender is the module; without create nothing new appears.
-        QSignalSpy changed(power, &ModuleObject::changed);
-        QVERIFY(writeFile(file, R"({"sys":{"power":"on","extra":1}})"));
-        QVERIFY(velk::m().importFromJson(&m_module, file, "tst_mm_rc", false, true));
-        QCOMPARE(changed.at(0).at(2).value<QObject*>(), &m_module);
-        QCOMPARE(power->getString(), QStringLiteral("on"));
-        QVERIFY(velk::m("tst_mm_rc.sys.extra")->isEmptyMobj());
-
-        // Written back with BOM and CRLF, read back the same.
-        const QString out = m_dir.filePath("config/rc.json");
-        QVERIFY(velk::m().exportToJson(&m_module, "tst_mm_rc", out));
-        QVERIFY(readFile(out).startsWith(kBom + "{\r\n"));
-        QCOMPARE(ModuleManager::readFromJson(out), velk::m("tst_mm_rc")->exportToJson());
-
-        // A failed read leaves the tree alone; a missing node writes nothing.
+        QCOMPARE(velk::m("tst_mm_rc")->exportToJson(),
+                 QJsonValue(QJsonObject{{"sys", QJsonObject{{"power", "off"}}}, {"n", 1}}));
+        // A file that does not parse leaves the tree alone.
         StderrCapture capture;
         QVERIFY(writeFile(file, "{\"a\":"));
         QVERIFY(!velk::m().importFromJson(&m_module, file, "tst_mm_bad", true, true));
         QVERIFY(velk::m("tst_mm_bad")->isEmptyMobj());
-        QVERIFY(!velk::m().exportToJson(&m_module, "tst_mm_missing", m_dir.filePath("none.json")));
-        QVERIFY(!QFile::exists(m_dir.filePath("none.json")));
-        QVERIFY(capture.take().contains("tst_mm_missing"));
     }
 
     // clang-format off
@@ -159,7 +127,7 @@ private Q_SLOTS:
         QFile::remove(file);
         QVERIFY(data.isNull() || writeFile(file, data));
         StderrCapture capture;
-        QVERIFY(ModuleManager::readFromJson(file).isNull());
+        QVERIFY(velk::ModuleManager::readFromJson(file).isNull());
         const QString log = QString::fromUtf8(capture.take());
         QVERIFY2(log.contains(file) && log.contains(expected), qPrintable(log));
     }

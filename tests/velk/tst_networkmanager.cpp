@@ -36,9 +36,7 @@ private Q_SLOTS:
         QVERIFY(!net().regist("rc_udp", velk::TCP, NetworkChannel()));
         QVERIFY(!net().regist(QString(), velk::TCP, NetworkChannel()));
         QCOMPARE(net().names(), QStringList({"rc_tcp", "rc_udp"}));
-        QVERIFY(qobject_cast<QTcpSocket*>(net("rc_tcp")->socket()));
-        QVERIFY(qobject_cast<QUdpSocket*>(net("rc_udp")->socket()));
-        QVERIFY(net("rc_udp")->isBound());
+        QVERIFY(qobject_cast<QUdpSocket*>(net("rc_udp")->socket()) && net("rc_udp")->isBound());
     }
 
     void unknownNamesGiveTheInertObject()
@@ -52,10 +50,8 @@ private Q_SLOTS:
         QVERIFY(!inert->tryDisconnectFromHost());
         QVERIFY(!inert->writeJsonPackage(QJsonObject{{"a", 1}}, true));
         inert->setPeerAddress(kLoopback);
-        inert->setRemoteAddress(kLoopback);
         inert->setKeyOrder({"id"});
-        QVERIFY(inert->peerAddress().isNull() && inert->remoteAddress().isNull());
-        QVERIFY(inert->keyOrder().isEmpty());
+        QVERIFY(inert->peerAddress().isNull() && inert->keyOrder().isEmpty());
     }
 
     void cancelClosesAndDeletes()
@@ -64,12 +60,11 @@ private Q_SLOTS:
         QVERIFY(server.listen(kLoopback, 0));
         QVERIFY(net().regist("link", velk::TCP, NetworkChannel()));
         NetworkObject* link = net("link");
-        QSignalSpy connected(link->socket(), &QAbstractSocket::connected);
         QSignalSpy disconnected(link->socket(), &QAbstractSocket::disconnected);
         QVERIFY(link->tryConnectToHost(kLoopback, server.serverPort()));
-        QVERIFY(connected.wait(5000));
-        QTRY_VERIFY_WITH_TIMEOUT(server.hasPendingConnections(), 5000);
+        QVERIFY(server.waitForNewConnection(5000));
         QTcpSocket* peer = server.nextPendingConnection();
+        QTRY_COMPARE_WITH_TIMEOUT(link->socket()->state(), QAbstractSocket::ConnectedState, 5000);
         QVERIFY(link->writeJsonPackage(QJsonObject{{"last", true}}, true));
 
         QPointer<NetworkObject> alive(link);
