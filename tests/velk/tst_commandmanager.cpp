@@ -67,11 +67,9 @@ private Q_SLOTS:
 
     void init()
     {
-        const QJsonObject data{{"mode", "manual"},
-                               {"joint", QJsonArray{1, 2}},
-                               {"server", QJsonObject{{"port", 5050}}},
-                               {"sibling", 1}};
-        velk::m().ensure("tst_cmd")->importFromJson(this, data, true, false, false);
+        const QByteArray data =
+            R"({"mode":"manual","joint":[1,2],"server":{"port":5050},"sibling":1})";
+        velk::m().ensure("tst_cmd")->importFromJson(this, parseJson(data), true, false, false);
         for (RecordingCommand* c : {&m_alpha, &m_alpine, &m_secret}) {
             c->calls.clear();
         }
@@ -89,9 +87,7 @@ private Q_SLOTS:
     void registry()
     {
         const QStringList names = manager().names();
-        for (const char* name : {"help", "mobj.get", "mobj.set"}) {
-            QVERIFY2(names.contains(name), name);
-        }
+        QVERIFY(names.contains("help") && names.contains("mobj.get") && names.contains("mobj.set"));
         QVERIFY(std::is_sorted(names.cbegin(), names.cend()));
         QVERIFY(!names.contains("zz.secret") && manager().names(false).contains("zz.secret"));
         RecordingCommand twin("zz.alpha"), spaced("zz bad");
@@ -129,7 +125,6 @@ private Q_SLOTS:
         QFETCH(bool, ok);
         QCOMPARE(manager().execute(line), ok);
         QCOMPARE(m_alpha.calls, calls);
-        QCOMPARE(m_output.count(), 0);
         QCOMPARE(m_error.count(), ok ? 0 : 1);
         QVERIFY(ok || only(m_error).contains("zz.alp"));
         // Unlisted commands run by their full name.
@@ -212,11 +207,9 @@ private Q_SLOTS:
         QVERIFY(manager().execute("mobj.get " + path));
         QCOMPARE(m_error.count(), node.isNull() ? 1 : 0);
         QVERIFY(!node.isNull() || only(m_error).contains(path));
-        if (!node.isNull()) {
-            const QJsonValue printed = parseJson(only(m_output));
-            QCOMPARE(path.isEmpty() ? printed["tst_cmd"] : printed, velk::m(node)->exportToJson());
-            QVERIFY(velk::m(node)->cmobjCount() == 0 || only(m_output).contains("\n    \""));
-        }
+        const QJsonValue printed = parseJson(only(m_output));
+        QCOMPARE(path.isEmpty() ? printed["tst_cmd"] : printed,
+                 node.isNull() ? QJsonValue(QJsonValue::Undefined) : velk::m(node)->exportToJson());
     }
 
     // clang-format off
