@@ -86,9 +86,9 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, file);
         QTemporaryDir dir;
-        QVERIFY(writeFile(dir.filePath("good.json"), R"({"one": "eins"})"));
-        QVERIFY(translator().installJsonTranslator("c", dir.filePath("good.json")));
         const QString path = dir.filePath("bad.json");
+        QVERIFY(writeFile(dir.filePath("good.json"), R"({"one": "eins"})") &&
+                translator().installJsonTranslator("c", dir.filePath("good.json")));
         QVERIFY(file.isNull() || writeFile(path, file));
         StderrCapture capture;
         QVERIFY(!translator().installJsonTranslator("c", path));
@@ -111,8 +111,8 @@ private Q_SLOTS:
         // Installed into the application: plain tr() lookups see it too.
         QCOMPARE(QCoreApplication::translate("greeting", "Bye"), QStringLiteral("再见"));
         // JSON is asked first.
-        QVERIFY(writeFile(dir.filePath("over.json"), R"({"Hello": "您好"})"));
-        QVERIFY(translator().installJsonTranslator("greeting", dir.filePath("over.json")));
+        QVERIFY(writeFile(dir.filePath("over.json"), R"({"Hello": "您好"})") &&
+                translator().installJsonTranslator("greeting", dir.filePath("over.json")));
         QCOMPARE(translator().dtr("greeting", "Hello"), QStringLiteral("您好"));
         QCOMPARE(translator().dtr("greeting", "Bye"), QStringLiteral("再见"));
         translator().clear();
