@@ -13,17 +13,13 @@ class StderrCapture
 public:
     StderrCapture()
     {
-        if (m_file.open()) {
-            std::fflush(stderr);
-            m_saved = ::dup(STDERR_FILENO);
-            if (m_saved >= 0) {
-                ::dup2(m_file.handle(), STDERR_FILENO);
-            }
+        std::fflush(stderr);
+        if (m_file.open() && (m_saved = ::dup(STDERR_FILENO)) >= 0) {
+            ::dup2(m_file.handle(), STDERR_FILENO);
         }
     }
     ~StderrCapture() { take(); }
-    StderrCapture(const StderrCapture&) = delete;
-    StderrCapture& operator=(const StderrCapture&) = delete;
+    Q_DISABLE_COPY(StderrCapture)
 
     // Everything written so far; stops the capture.
     QByteArray take()
