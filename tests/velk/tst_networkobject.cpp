@@ -41,16 +41,12 @@ quint16 portOf(const NetworkObject& channel)
 // Connects `channel` to `server`, listening on loopback; returns the server side.
 QTcpSocket* connectPair(NetworkObject& channel, QTcpServer& server)
 {
-    if (!server.isListening() && !server.listen(kLoopback, 0)) {
-        return nullptr;
-    }
     QSignalSpy connected(channel.socket(), &QAbstractSocket::connected);
-    if (!channel.tryConnectToHost(kLoopback, server.serverPort()) || !connected.wait(5000)) {
-        return nullptr;
-    }
-    return server.hasPendingConnections() || server.waitForNewConnection(5000)
-               ? server.nextPendingConnection()
-               : nullptr;
+    const bool ok = (server.isListening() || server.listen(kLoopback, 0)) &&
+                    channel.tryConnectToHost(kLoopback, server.serverPort()) &&
+                    connected.wait(5000) &&
+                    (server.hasPendingConnections() || server.waitForNewConnection(5000));
+    return ok ? server.nextPendingConnection() : nullptr;
 }
 
 } // namespace
