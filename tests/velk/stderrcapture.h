@@ -3,8 +3,6 @@
 // Sends everything written to standard error into a temporary file while it
 // lives, so that tests can check console lines byte for byte.
 
-#include <QByteArray>
-#include <QFile>
 #include <QTemporaryFile>
 
 #include <cstdio>
@@ -15,41 +13,28 @@ class StderrCapture
 public:
     StderrCapture()
     {
-        if (!m_file.open()) {
-            return;
-        }
         std::fflush(stderr);
-        m_saved = ::dup(STDERR_FILENO);
-        if (m_saved >= 0) {
+        if (m_file.open() && (m_saved = ::dup(STDERR_FILENO)) >= 0) {
             ::dup2(m_file.handle(), STDERR_FILENO);
         }
     }
-
-    ~StderrCapture() { restore(); }
-
-    StderrCapture(const StderrCapture&) = delete;
-    StderrCapture& operator=(const StderrCapture&) = delete;
+    ~StderrCapture() { take(); }
+    Q_DISABLE_COPY(StderrCapture)
 
     // Everything written so far; stops the capture.
     QByteArray take()
     {
-        restore();
-        QFile in(m_file.fileName());
-        return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+        if (m_saved >= 0) {
+            std::fflush(stderr);
+            ::dup2(m_saved, STDERR_FILENO);
+            ::close(m_saved);
+            m_saved = -1;
+        }
+        m_file.seek(0);
+        return m_file.readAll();
     }
 
 private:
-    void restore()
-    {
-        if (m_saved < 0) {
-            return;
-        }
-        std::fflush(stderr);
-        ::dup2(m_saved, STDERR_FILENO);
-        ::close(m_saved);
-        m_saved = -1;
-    }
-
     QTemporaryFile m_file;
     int m_saved = -1;
 };

@@ -4,46 +4,29 @@
 #include <velk/moduleobject.h>
 #include <velk/velk.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QPointer>
-#include <QSignalSpy>
 #include <QtTest>
 
-#include <algorithm>
+#include <memory>
 
-using velk::BaseCommand;
 using velk::CommandManager;
 using velk::ModuleObject;
 
 namespace {
 
-class RecordingCommand : public BaseCommand
+// Every call to a recording command, as "<name> <call>:<text>".
+QStringList calls;
+
+class RecordingCommand : public velk::BaseCommand
 {
 public:
-    RecordingCommand(const QString& name, bool listed = true)
+    explicit RecordingCommand(const QString& name, bool listed = true)
         : BaseCommand(name, listed)
     {
     }
-
-    QStringList executed;
-    QStringList completed;
-    QStringList hinted;
-    ModuleObject* root = nullptr;
-
     QString description() const override { return QStringLiteral("records what it gets"); }
-    void complete(ModuleObject* r, const QString& text) override
-    {
-        root = r;
-        completed << text;
-    }
-    void hint(ModuleObject* r, const QString& text) override
-    {
-        root = r;
-        hinted << text;
-    }
-    void execute(const QString& args) override { executed << args; }
+    void complete(ModuleObject*, const QString& t) override { calls << name() + " complete:" + t; }
+    void hint(ModuleObject*, const QString& t) override { calls << name() + " hint:" + t; }
+    void execute(const QString& args) override { calls << name() + " execute:" + args; }
 };
 
 QJsonValue parseJson(const QString& text)
@@ -52,417 +35,206 @@ QJsonValue parseJson(const QString& text)
     return doc.isNull() ? QJsonValue(QJsonValue::Undefined) : doc.array().first();
 }
 
+CommandManager& manager()
+{
+    return velk::command();
+}
+
 } // namespace
 
 class TestCommandManager : public QObject
 {
     Q_OBJECT
 
+    RecordingCommand m_alpha{"zz.alpha"}, m_alpine{"zz.alpine"}, m_secret{"zz.secret", false};
+    QSignalSpy m_output{&manager(), &CommandManager::output};
+    QSignalSpy m_error{&manager(), &CommandManager::error};
+    QSignalSpy m_input{&manager(), &CommandManager::input};
+
+    // The console text of `spy`, or a null string unless exactly one came.
+    static QString only(const QSignalSpy& spy)
+    {
+        return spy.count() == 1 ? spy.at(0).at(0).toString() : QString();
+    }
+
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        for (RecordingCommand* c : {&m_alpha, &m_alpine, &m_secret}) {
+            QVERIFY(manager().regist(c));
+        }
+    }
 
-    void builtInsAreRegistered();
-    void registRules();
-    void destroyedCommandIsForgotten();
-    void executePassesArguments_data();
-    void executePassesArguments();
-    void unknownCommandIsAnError();
-    void emptyLineDoesNothing();
-    void commandTextReachesConsoleSignals();
-    void completeName_data();
-    void completeName();
-    void completeArgumentsGoToCommand();
-    void hintLine_data();
-    void hintLine();
-    void helpListsCommands();
-    void helpOnOneCommand();
-    void mobjGetPrintsJson_data();
-    void mobjGetPrintsJson();
-    void mobjGetUnknownPath();
-    void mobjSetParsesValue_data();
-    void mobjSetParsesValue();
-    void mobjSetErrors_data();
-    void mobjSetErrors();
-    void mobjPathCompletion_data();
-    void mobjPathCompletion();
+    void init()
+    {
+        const QByteArray data =
+            R"({"mode":"manual","joint":[1,2],"server":{"port":5050},"sibling":1,"new":{"leaf":0}})";
+        velk::m().ensure("tst_cmd")->importFromJson(this, parseJson(data), true, false, false);
+        calls.clear();
+        m_output.clear();
+        m_error.clear();
+        m_input.clear();
+    }
 
-private:
-    CommandManager& manager() { return CommandManager::instance(); }
-    RecordingCommand* m_alpha = nullptr;
-    RecordingCommand* m_alpine = nullptr;
-    RecordingCommand* m_secret = nullptr;
-    QSignalSpy* m_output = nullptr;
-    QSignalSpy* m_error = nullptr;
-    QSignalSpy* m_input = nullptr;
+    void cleanup()
+    {
+        velk::m().root()->remove(this, "tst_cmd", false);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void registry()
+    {
+        const QStringList names = manager().names();
+        QVERIFY(names.contains("help") && names.contains("mobj.get") && names.contains("mobj.set"));
+        QVERIFY(std::is_sorted(names.cbegin(), names.cend()));
+        QVERIFY(!names.contains("zz.secret") && manager().names(false).contains("zz.secret"));
+        RecordingCommand twin("zz.alpha"), spaced("zz bad");
+        QVERIFY(!manager().regist(&twin) && !manager().regist(&spaced) && !manager().cancel(&twin));
+
+        // A cancelled command must not be forgotten again when destroyed: the
+        // new holder of the name would lose its entry.
+        auto first = std::make_unique<RecordingCommand>("zz.temp");
+        QVERIFY(manager().regist(first.get()) && manager().cancel(first.get()));
+        RecordingCommand successor("zz.temp");
+        QVERIFY(manager().regist(&successor));
+        first.reset();
+        QCOMPARE(manager().find("zz.temp"), &successor);
+    }
+
+    // clang-format off
+    void execute_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QStringList>("expected"); // calls
+        QTest::addColumn<bool>("ok");
+        QTest::newRow("no arguments") << "zz.alpha" << QStringList{"zz.alpha execute:"} << true;
+        QTest::newRow("outer blanks ignored") << "  zz.alpha x y  " << QStringList{"zz.alpha execute:x y"} << true;
+        QTest::newRow("one blank taken") << "zz.alpha   x" << QStringList{"zz.alpha execute:  x"} << true;
+        QTest::newRow("json argument") << "zz.alpha -data={\"a\": [1, 2]}" << QStringList{"zz.alpha execute:-data={\"a\": [1, 2]}"} << true;
+        QTest::newRow("unlisted, by full name") << "zz.secret now" << QStringList{"zz.secret execute:now"} << true;
+        QTest::newRow("unknown command") << "zz.alp x" << QStringList{} << false;
+        QTest::newRow("empty line") << "   \t " << QStringList{} << true;
+    }
+    // clang-format on
+
+    void execute()
+    {
+        QFETCH(QString, line);
+        QFETCH(QStringList, expected);
+        QFETCH(bool, ok);
+        QCOMPARE(manager().execute(line), ok);
+        QCOMPARE(calls, expected);
+        QCOMPARE(m_error.count(), ok ? 0 : 1);
+        QVERIFY(ok || only(m_error).contains("zz.alp"));
+    }
+
+    // clang-format off
+    void completeAndHint_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QString>("input");        // typed on completion; null: nothing
+        QTest::addColumn<QString>("hint");         // shown on hint; "!": an error; null: not asked
+        QTest::addColumn<QStringList>("expected"); // calls
+        QTest::newRow("common prefix") << "zz.al" << "p" << "zz.alpha\t zz.alpine" << QStringList{};
+        QTest::newRow("unique name") << "zz.alph" << "a " << QString() << QStringList{};
+        QTest::newRow("complete name") << "zz.alpha" << " " << "" << QStringList{"zz.alpha hint:zz.alpha"};
+        QTest::newRow("ambiguous at prefix") << "zz.alp" << QString() << QString() << QStringList{};
+        QTest::newRow("unknown") << "zz.q" << QString() << "!" << QStringList{};
+        QTest::newRow("unlisted not offered") << "zz.sec" << QString() << QString() << QStringList{};
+        QTest::newRow("arguments go to the command") << "zz.alpha sys" << QString() << "" << QStringList{"zz.alpha complete:zz.alpha sys", "zz.alpha hint:zz.alpha sys"};
+        QTest::newRow("path, top level") << "mobj.get tst_c" << "md." << QString() << QStringList{};
+        QTest::newRow("path, object child") << "mobj.get tst_cmd.se" << "rver." << QString() << QStringList{};
+        QTest::newRow("path, leaf child") << "mobj.set tst_cmd.mo" << "de" << QString() << QStringList{};
+        QTest::newRow("path, value typed") << "mobj.set tst_cmd.mo x" << QString() << QString() << QStringList{};
+    }
+    // clang-format on
+
+    void completeAndHint()
+    {
+        QFETCH(QString, line);
+        QFETCH(QString, input);
+        QFETCH(QString, hint);
+        QFETCH(QStringList, expected);
+        manager().complete(line);
+        QCOMPARE(only(m_input), input);
+        if (!hint.isNull()) {
+            manager().hint(line);
+            QCOMPARE(only(m_output), hint == "!" || hint.isEmpty() ? QString() : hint);
+        }
+        QCOMPARE(m_error.count(), hint == "!" ? 1 : 0);
+        QCOMPARE(calls, expected);
+    }
+
+    void help()
+    {
+        QVERIFY(manager().execute("help"));
+        // One line per listed command, in name order, with usage and description.
+        const QStringList lines = only(m_output).split('\n');
+        QCOMPARE(lines.size(), manager().names().size());
+        const int alpha = manager().names().indexOf("zz.alpha");
+        QVERIFY(lines.value(alpha).startsWith("zz.alpha") && lines[alpha].endsWith("what it gets"));
+        m_output.clear();
+        QVERIFY(manager().execute("help zz.secret"));
+        QVERIFY(only(m_output).contains("records what it gets"));
+        QVERIFY(manager().execute("help zz.none"));
+        QCOMPARE(m_error.count(), 1);
+    }
+
+    // clang-format off
+    void mobjGet_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("node"); // whose export the output must be; null: an error
+        QTest::newRow("whole tree") << "" << "tst_cmd";
+        QTest::newRow("list leaf") << "tst_cmd.joint" << "tst_cmd.joint";
+        QTest::newRow("blanks around path") << "  tst_cmd.server.port " << "tst_cmd.server.port";
+        QTest::newRow("unknown path") << "tst_cmd.nothing" << QString();
+    }
+    // clang-format on
+
+    void mobjGet()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, node);
+        QVERIFY(manager().execute("mobj.get " + path));
+        QCOMPARE(m_error.count(), node.isNull() ? 1 : 0);
+        QVERIFY(!node.isNull() || only(m_error).contains(path));
+        const QJsonValue printed = parseJson(only(m_output));
+        QCOMPARE(path.isEmpty() ? printed["tst_cmd"] : printed,
+                 node.isNull() ? QJsonValue(QJsonValue::Undefined) : velk::m(node)->exportToJson());
+    }
+
+    // clang-format off
+    void mobjSet_data()
+    {
+        QTest::addColumn<QString>("args");
+        QTest::addColumn<QString>("expected"); // JSON of tst_cmd.new.leaf; null: refused
+        QTest::newRow("number") << "tst_cmd.new.leaf 42" << "42";
+        QTest::newRow("bare words") << "tst_cmd.new.leaf two words" << "\"two words\"";
+        QTest::newRow("object") << "tst_cmd.new.leaf {\"ip\":\"1.2.3.4\"}" << "{\"ip\":\"1.2.3.4\"}";
+        QTest::newRow("broken json is text") << "tst_cmd.new.leaf {\"a\":" << "\"{\\\"a\\\":\"";
+        QTest::newRow("no value") << "tst_cmd.mode" << QString();
+        QTest::newRow("bad path") << "tst_cmd..x 1" << QString();
+    }
+    // clang-format on
+
+    void mobjSet()
+    {
+        QFETCH(QString, args);
+        QFETCH(QString, expected);
+        ModuleObject* top = velk::m("tst_cmd");
+        const QJsonValue before = top->exportToJson();
+        QSignalSpy changed(velk::m("tst_cmd.new.leaf"), &ModuleObject::changed);
+        QVERIFY(manager().execute("mobj.set " + args));
+        QCOMPARE(m_error.count(), expected.isNull() ? 1 : 0);
+        if (expected.isNull()) {
+            QCOMPARE(top->exportToJson(), before);
+        } else {
+            QCOMPARE(velk::m("tst_cmd.new.leaf")->exportToJson(), parseJson(expected));
+            QCOMPARE(changed.value(0).value(2).value<QObject*>(), manager().find("mobj.set"));
+        }
+    }
 };
-
-void TestCommandManager::init()
-{
-    m_alpha = new RecordingCommand(QStringLiteral("zz.alpha"));
-    m_alpine = new RecordingCommand(QStringLiteral("zz.alpine"));
-    m_secret = new RecordingCommand(QStringLiteral("zz.secret"), false);
-    QVERIFY(manager().regist(m_alpha));
-    QVERIFY(manager().regist(m_alpine));
-    QVERIFY(manager().regist(m_secret));
-    m_output = new QSignalSpy(&manager(), &CommandManager::output);
-    m_error = new QSignalSpy(&manager(), &CommandManager::error);
-    m_input = new QSignalSpy(&manager(), &CommandManager::input);
-
-    velk::m()
-        .ensure(QStringLiteral("tst_cmd"))
-        ->importFromJson(this,
-                         QJsonObject{{"mode", "manual"},
-                                     {"joint", QJsonArray{1, 2}},
-                                     {"server", QJsonObject{{"ip", "10.0.0.2"}, {"port", 5050}}},
-                                     {"sibling", 1}},
-                         true, false, false);
-}
-
-void TestCommandManager::cleanup()
-{
-    delete m_alpha;
-    delete m_alpine;
-    delete m_secret;
-    delete m_output;
-    delete m_error;
-    delete m_input;
-    velk::m().root()->remove(this, QStringLiteral("tst_cmd"), false);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void TestCommandManager::builtInsAreRegistered()
-{
-    const QStringList names = manager().names();
-    for (const char* name : {"help", "mobj.get", "mobj.set"}) {
-        QVERIFY2(names.contains(QLatin1String(name)), name);
-        QVERIFY(manager().find(QLatin1String(name)));
-    }
-    QVERIFY(std::is_sorted(names.cbegin(), names.cend()));
-    QVERIFY(!names.contains(QStringLiteral("zz.secret")));
-    QVERIFY(manager().names(false).contains(QStringLiteral("zz.secret")));
-    QCOMPARE(&velk::command(), &manager());
-}
-
-void TestCommandManager::registRules()
-{
-    QVERIFY(!manager().regist(nullptr));
-    RecordingCommand twin(QStringLiteral("zz.alpha"));
-    QVERIFY(!manager().regist(&twin));
-    QCOMPARE(manager().find(QStringLiteral("zz.alpha")), m_alpha);
-    QVERIFY(manager().regist(m_alpha)); // already held by itself
-    RecordingCommand spaced(QStringLiteral("zz bad"));
-    QVERIFY(!manager().regist(&spaced));
-    RecordingCommand unnamed{QString()};
-    QVERIFY(!manager().regist(&unnamed));
-
-    QVERIFY(!manager().cancel(&twin));
-    QVERIFY(manager().cancel(m_alpha));
-    QVERIFY(!manager().find(QStringLiteral("zz.alpha")));
-    QVERIFY(!manager().cancel(m_alpha));
-    QVERIFY(manager().regist(&twin));
-    QVERIFY(manager().cancel(&twin));
-}
-
-void TestCommandManager::destroyedCommandIsForgotten()
-{
-    auto* temporary = new RecordingCommand(QStringLiteral("zz.temporary"));
-    QVERIFY(manager().regist(temporary));
-    // A cancelled command must not be forgotten again by a later destroy:
-    // a new holder of the name would lose its entry.
-    QVERIFY(manager().cancel(temporary));
-    RecordingCommand successor(QStringLiteral("zz.temporary"));
-    QVERIFY(manager().regist(&successor));
-    delete temporary;
-    QCOMPARE(manager().find(QStringLiteral("zz.temporary")), &successor);
-
-    delete m_alpine;
-    m_alpine = nullptr;
-    QVERIFY(!manager().find(QStringLiteral("zz.alpine")));
-    QVERIFY(!manager().names(false).contains(QStringLiteral("zz.alpine")));
-    QVERIFY(!manager().execute(QStringLiteral("zz.alpine")));
-}
-
-// clang-format off
-void TestCommandManager::executePassesArguments_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("args");
-    QTest::newRow("no arguments") << "zz.alpha" << "";
-    QTest::newRow("arguments") << "zz.alpha -ip=10.0.0.2 -port=5050" << "-ip=10.0.0.2 -port=5050";
-    QTest::newRow("outer blanks ignored") << "  zz.alpha x y  " << "x y";
-    QTest::newRow("one blank taken") << "zz.alpha   x" << "  x";
-    QTest::newRow("tab separates") << "zz.alpha\tx" << "x";
-    QTest::newRow("json argument") << R"(zz.alpha -data={"a": [1, 2]})" << R"(-data={"a": [1, 2]})";
-}
-// clang-format on
-
-void TestCommandManager::executePassesArguments()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, args);
-    QVERIFY(manager().execute(line));
-    QCOMPARE(m_alpha->executed, QStringList{args});
-    QCOMPARE(m_error->count(), 0);
-}
-
-void TestCommandManager::unknownCommandIsAnError()
-{
-    QVERIFY(!manager().execute(QStringLiteral("zz.alp x")));
-    QCOMPARE(m_error->count(), 1);
-    QVERIFY(m_error->at(0).at(0).toString().contains(QLatin1String("zz.alp")));
-    QVERIFY(m_alpha->executed.isEmpty());
-    QVERIFY(m_alpine->executed.isEmpty());
-
-    // Unlisted commands run by their full name.
-    QVERIFY(manager().execute(QStringLiteral("zz.secret now")));
-    QCOMPARE(m_secret->executed, QStringList{"now"});
-}
-
-void TestCommandManager::emptyLineDoesNothing()
-{
-    QVERIFY(manager().execute(QString()));
-    QVERIFY(manager().execute(QStringLiteral("   \t ")));
-    QCOMPARE(m_error->count() + m_output->count(), 0);
-}
-
-void TestCommandManager::commandTextReachesConsoleSignals()
-{
-    m_alpha->output(QStringLiteral("result"));
-    m_alpha->error(QStringLiteral("failure"));
-    m_alpha->input(QStringLiteral("tail"));
-    QCOMPARE(m_output->count(), 1);
-    QCOMPARE(m_output->at(0).at(0).toString(), QStringLiteral("result"));
-    QCOMPARE(m_error->at(0).at(0).toString(), QStringLiteral("failure"));
-    QCOMPARE(m_input->at(0).at(0).toString(), QStringLiteral("tail"));
-    QCOMPARE(m_alpha->usage(), QStringLiteral("zz.alpha"));
-}
-
-// clang-format off
-void TestCommandManager::completeName_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("input"); // null: no input at all
-    QTest::newRow("common prefix") << "zz.al" << "p";
-    QTest::newRow("unique name") << "zz.alph" << "a ";
-    QTest::newRow("complete name") << "zz.alpha" << " ";
-    QTest::newRow("ambiguous at prefix") << "zz.alp" << QString();
-    QTest::newRow("no candidate") << "zz.q" << QString();
-    QTest::newRow("unlisted not offered") << "zz.sec" << QString();
-    QTest::newRow("leading blanks") << "  mobj.g" << "et ";
-}
-// clang-format on
-
-void TestCommandManager::completeName()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, input);
-    manager().complete(line);
-    if (input.isNull()) {
-        QCOMPARE(m_input->count(), 0);
-    } else {
-        QCOMPARE(m_input->count(), 1);
-        QCOMPARE(m_input->at(0).at(0).toString(), input);
-    }
-    QVERIFY(m_alpha->completed.isEmpty());
-}
-
-void TestCommandManager::completeArgumentsGoToCommand()
-{
-    manager().complete(QStringLiteral("zz.alpha sys"));
-    manager().complete(QStringLiteral(" zz.alpha "));
-    QCOMPARE(m_alpha->completed, QStringList({"zz.alpha sys", "zz.alpha "}));
-    QCOMPARE(m_alpha->root, velk::m().root());
-    manager().complete(QStringLiteral("zz.unknown x"));
-    QCOMPARE(m_input->count() + m_error->count(), 0);
-}
-
-// clang-format off
-void TestCommandManager::hintLine_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("output");
-    QTest::addColumn<bool>("toCommand");
-    QTest::addColumn<bool>("isError");
-    QTest::newRow("candidates") << "zz.al" << "zz.alpha\t zz.alpine" << false << false;
-    QTest::newRow("exact name") << "zz.alpha" << QString() << true << false;
-    QTest::newRow("with arguments") << "zz.alpha x" << QString() << true << false;
-    QTest::newRow("unknown") << "zz.q" << QString() << false << true;
-    QTest::newRow("unknown with arguments") << "zz.alpx y" << QString() << false << true;
-}
-// clang-format on
-
-void TestCommandManager::hintLine()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, output);
-    QFETCH(bool, toCommand);
-    QFETCH(bool, isError);
-    manager().hint(line);
-    QCOMPARE(m_alpha->hinted, toCommand ? QStringList{line} : QStringList());
-    QCOMPARE(m_error->count(), isError ? 1 : 0);
-    if (!output.isNull()) {
-        QCOMPARE(m_output->count(), 1);
-        QCOMPARE(m_output->at(0).at(0).toString(), output);
-    }
-}
-
-void TestCommandManager::helpListsCommands()
-{
-    QVERIFY(manager().execute(QStringLiteral("help")));
-    QCOMPARE(m_output->count(), 1);
-    const QString text = m_output->at(0).at(0).toString();
-    const QStringList listed = manager().names();
-    for (const QString& name : listed) {
-        const BaseCommand* command = manager().find(name);
-        QVERIFY2(text.contains(command->usage()), qPrintable(name));
-        QVERIFY2(text.contains(command->description()), qPrintable(name));
-    }
-    QVERIFY(text.contains(QLatin1String("mobj.set <path> <json-value>")));
-    QVERIFY(!text.contains(QLatin1String("zz.secret")));
-    // One line per listed command, in name order.
-    const QStringList lines = text.split(QLatin1Char('\n'));
-    QCOMPARE(lines.size(), listed.size());
-    QVERIFY(lines.at(listed.indexOf(QStringLiteral("zz.alpha"))).startsWith("zz.alpha "));
-}
-
-void TestCommandManager::helpOnOneCommand()
-{
-    QVERIFY(manager().execute(QStringLiteral("help zz.secret")));
-    QCOMPARE(m_output->count(), 1);
-    QVERIFY(m_output->at(0).at(0).toString().contains(QLatin1String("records what it gets")));
-    QVERIFY(manager().execute(QStringLiteral("help zz.none")));
-    QCOMPARE(m_error->count(), 1);
-}
-
-// clang-format off
-void TestCommandManager::mobjGetPrintsJson_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("node"); // what the output must equal the export of
-    QTest::newRow("subtree") << "tst_cmd" << "tst_cmd";
-    QTest::newRow("inner object") << "tst_cmd.server" << "tst_cmd.server";
-    QTest::newRow("string leaf") << "tst_cmd.mode" << "tst_cmd.mode";
-    QTest::newRow("list leaf") << "tst_cmd.joint" << "tst_cmd.joint";
-    QTest::newRow("blanks around path") << "  tst_cmd.server.port " << "tst_cmd.server.port";
-}
-// clang-format on
-
-void TestCommandManager::mobjGetPrintsJson()
-{
-    QFETCH(QString, path);
-    QFETCH(QString, node);
-    QVERIFY(manager().execute(QStringLiteral("mobj.get ") + path));
-    QCOMPARE(m_error->count(), 0);
-    QCOMPARE(m_output->count(), 1);
-    const QString text = m_output->at(0).at(0).toString();
-    QCOMPARE(parseJson(text), velk::m(node)->exportToJson());
-    if (velk::m(node)->cmobjCount() > 0) {
-        QVERIFY2(text.contains(QLatin1String("\n    \"")), "not indented");
-    }
-}
-
-void TestCommandManager::mobjGetUnknownPath()
-{
-    QVERIFY(manager().execute(QStringLiteral("mobj.get tst_cmd.nothing")));
-    QCOMPARE(m_output->count(), 0);
-    QCOMPARE(m_error->count(), 1);
-    QVERIFY(m_error->at(0).at(0).toString().contains(QLatin1String("tst_cmd.nothing")));
-
-    // Without a path: the whole tree, ours included.
-    QVERIFY(manager().execute(QStringLiteral("mobj.get")));
-    QCOMPARE(m_output->count(), 1);
-    const QJsonValue all = parseJson(m_output->at(0).at(0).toString());
-    QCOMPARE(all.toObject().value(QStringLiteral("tst_cmd")), velk::m("tst_cmd")->exportToJson());
-}
-
-// clang-format off
-void TestCommandManager::mobjSetParsesValue_data()
-{
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("expected"); // JSON of the node's export
-    QTest::newRow("number") << "42" << "42";
-    QTest::newRow("negative double") << "-1.5" << "-1.5";
-    QTest::newRow("quoted string") << R"("auto")" << R"("auto")";
-    QTest::newRow("bare word") << "auto" << R"("auto")";
-    QTest::newRow("words") << "two words" << R"("two words")";
-    QTest::newRow("boolean") << "true" << "true";
-    QTest::newRow("null") << "null" << "null";
-    QTest::newRow("array") << "[1, \"x\", false]" << R"([1,"x",false])";
-    QTest::newRow("object") << R"({"ip":"1.2.3.4","port":1})" << R"({"ip":"1.2.3.4","port":1})";
-    QTest::newRow("broken json") << "{\"a\":" << R"("{\"a\":")";
-}
-// clang-format on
-
-void TestCommandManager::mobjSetParsesValue()
-{
-    QFETCH(QString, value);
-    QFETCH(QString, expected);
-    const QString path = QStringLiteral("tst_cmd.new.leaf");
-    ModuleObject* top = velk::m(QStringLiteral("tst_cmd"));
-    QSignalSpy added(top, &ModuleObject::added);
-    QVERIFY(manager().execute(QStringLiteral("mobj.set %1 %2").arg(path, value)));
-    QCOMPARE(m_error->count(), 0);
-    QCOMPARE(m_output->count(), 1);
-    ModuleObject* node = velk::m(path);
-    QVERIFY(!node->isEmptyMobj());
-    QCOMPARE(added.count(), 1); // the created path is announced
-    QCOMPARE(node->exportToJson(), parseJson(expected));
-
-    // Setting again emits a change whose sender is the command.
-    QSignalSpy changed(node, &ModuleObject::changed);
-    QVERIFY(manager().execute(QStringLiteral("mobj.set %1 7").arg(path)));
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed.at(0).at(2).value<QObject*>(), manager().find(QStringLiteral("mobj.set")));
-    QCOMPARE(node->getInt(), 7);
-}
-
-// clang-format off
-void TestCommandManager::mobjSetErrors_data()
-{
-    QTest::addColumn<QString>("args");
-    QTest::newRow("nothing") << "";
-    QTest::newRow("path only") << "tst_cmd.mode";
-    QTest::newRow("bad path") << "tst_cmd..x 1";
-}
-// clang-format on
-
-void TestCommandManager::mobjSetErrors()
-{
-    QFETCH(QString, args);
-    const QJsonValue before = velk::m("tst_cmd")->exportToJson();
-    QVERIFY(manager().execute(QStringLiteral("mobj.set ") + args));
-    QCOMPARE(m_error->count(), 1);
-    QCOMPARE(m_output->count(), 0);
-    QCOMPARE(velk::m("tst_cmd")->exportToJson(), before);
-}
-
-// clang-format off
-void TestCommandManager::mobjPathCompletion_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("input");
-    QTest::newRow("top-level name") << "mobj.get tst_c" << "md.";
-    QTest::newRow("object child") << "mobj.get tst_cmd.se" << "rver.";
-    QTest::newRow("leaf child") << "mobj.set tst_cmd.mo" << "de";
-    QTest::newRow("ambiguous stem") << "mobj.get tst_cmd.s" << QString();
-    QTest::newRow("value typed") << "mobj.set tst_cmd.mo x" << QString();
-    QTest::newRow("unknown group") << "mobj.get tst_cmd.zz.a" << QString();
-}
-// clang-format on
-
-void TestCommandManager::mobjPathCompletion()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, input);
-    manager().complete(line);
-    if (input.isNull()) {
-        QCOMPARE(m_input->count(), 0);
-    } else {
-        QCOMPARE(m_input->count(), 1);
-        QCOMPARE(m_input->at(0).at(0).toString(), input);
-    }
-}
 
 QTEST_GUILESS_MAIN(TestCommandManager)
 #include "tst_commandmanager.moc"
