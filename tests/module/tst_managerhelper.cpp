@@ -14,22 +14,12 @@
 #include <velk/resourcewatcher.h>
 #include <velk/velk.h>
 
-#include <QJsonObject>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
 
 const QByteArray kSitePassword = "site-secret-5817";
 const QString kLogFile = QStringLiteral("log/zarvo.log");
-
-QJsonObject lastRecord(QObject* sender)
-{
-    return velk::resource().get(sender, "log", "cur_hmi_log").toObject();
-}
 
 // Exactly one line with `text` was appended to the log file.
 bool loggedOnce(const QByteArray& appended, const QString& letter, const QString& text)
@@ -124,14 +114,10 @@ private Q_SLOTS:
             ":/other/template/nothing.json", "");
         row("explicit alias ignores the disk", one, {"zarvo/template/x.json"}, {"x", "", "zarvo"},
             ":/zarvo/template/x.json", "");
-        row("explicit alias with sub", one, none, {"body", "arrow", "pageB"},
-            ":/pageB/template/body/arrow.json", "");
         row("newest alias first", two, {"zarvo/template/x.json", "pageA/template/x.json"}, {"x"},
             "pageA/template/x.json", "");
         row("older alias when the newest has none", two, {"zarvo/template/x.json"}, {"x"},
             "zarvo/template/x.json", "");
-        row("newest on disk over older compiled-in", two, {"pageA/template/setting.json"},
-            {"setting"}, "pageA/template/setting.json", "");
         row("disk over compiled-in", one, {"zarvo/template/setting.json"}, {"setting"},
             "zarvo/template/setting.json", "");
         row("cancelled alias not searched", one, {"pageA/template/setting.json"}, {"setting"},
@@ -215,14 +201,11 @@ private Q_SLOTS:
                  appended.data());
 
         QCOMPARE(records.count(), 2);
-        const QJsonObject record = lastRecord(&sender);
-        QCOMPARE(record.keys(), (QStringList{"date_time", "level", "rcid", "title"}));
-        QCOMPARE(record.value("level").toString(), level);
-        QCOMPARE(record.value("title").toString(), text);
-        QCOMPARE(record.value("rcid").toString(), QString("RC-0042"));
+        QJsonObject record = velk::resource().get(&sender, "log", "cur_hmi_log").toObject();
         const QDateTime stamp =
-            QDateTime::fromString(record.value("date_time").toString(), "yyyy-MM-dd/HH:mm:ss");
+            QDateTime::fromString(record.take("date_time").toString(), "yyyy-MM-dd/HH:mm:ss");
         QVERIFY(qAbs(stamp.secsTo(QDateTime::currentDateTime())) <= 5);
+        QCOMPARE(record, (QJsonObject{{"level", level}, {"rcid", "RC-0042"}, {"title", text}}));
         ManagerHelper::throwLog(nullptr, level, text); // no sender: no crash
     }
 };

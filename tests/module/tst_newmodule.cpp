@@ -5,9 +5,6 @@
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
 
-#include <QLibrary>
-#include <QPointer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class tst_NewModule : public QObject

@@ -12,8 +12,6 @@
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
 
-#include <QPointer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 // One module through its whole life, in this order.

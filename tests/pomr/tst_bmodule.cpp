@@ -3,7 +3,7 @@
 #include <velk/moduleobject.h>
 #include <velk/velk.h>
 
-#include <QTest>
+#include <QtTest>
 
 using pomr::BModule;
 

@@ -1,7 +1,6 @@
 #include <pomr/enablebutton.h>
 
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 class tst_EnableButton : public QObject
 {

@@ -1,7 +1,7 @@
 #include <pomr/bmodule.h>
 #include <pomr/lifecycledriver.h>
 
-#include <QTest>
+#include <QtTest>
 #include <functional>
 
 using pomr::BModule;

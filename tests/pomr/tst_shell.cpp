@@ -2,8 +2,7 @@
 #include <pomr/shell.h>
 
 #include <QLabel>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 
 class tst_Shell : public QObject
 {

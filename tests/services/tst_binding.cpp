@@ -82,15 +82,29 @@ private Q_SLOTS:
 
     void cleanupTestCase() { fixture.stop(); }
 
-    void getFollowsResponse()
+    void getDeclarations()
     {
-        bind({{"motor", QJsonObject{{"_get", get(kGetMotor)}, {"power", "?"}, {"extra", "keep"}}}});
+        const QJsonObject inner{{"_get", get(kGetMotor)}, {"power", "x"}};
+        bind({{"motor", QJsonObject{{"_get", get(kGetMotor)}, {"power", "?"}, {"extra", "keep"}}},
+              // Nothing below a declaration is bound.
+              {"operate", QJsonObject{{"_get", get(kGetOperate)}, {"inner", inner}}},
+              // Nor "_get" without "response" or "notify", nor "_set" without "request".
+              {"none", QJsonObject{{"_get", QJsonObject{{"request", kGetMotor}}},
+                                   {"_set", QJsonObject{{"response", kSetParams}}},
+                                   {"power", "x"},
+                                   {"alias", "x"}}}});
         QSignalSpy changes(root->rmobj("motor"), &velk::ModuleObject::changed);
+        QSignalSpy none(root->rmobj("none"), &velk::ModuleObject::changed);
         QVERIFY(ask(kGetMotor));
         QCOMPARE(value("motor.power"), QString("on"));
         QCOMPARE(value("motor.extra"), QString("keep"));
         QCOMPARE(changes.count(), 1);
         QCOMPARE(changes.at(0).at(2).value<QObject*>(), &receiver);
+        QCOMPARE(value("operate.inner.power"), QString("x"));
+        QCOMPARE(none.count(), 0);
+        root->rmobj("none.alias")->set(nullptr, QString("by user"));
+        QVERIFY(drain());
+        QVERIFY(setRequests.isEmpty());
     }
 
     void getStringWinsOverList()
@@ -107,28 +121,6 @@ private Q_SLOTS:
         bind({{"_get", get(QJsonArray{kGetOperate, kGetMotor})}, {"power", ""}});
         QVERIFY(ask(kGetMotor));
         QCOMPARE(value("power"), QString("on"));
-    }
-
-    void getNoDescentBelowDeclaration()
-    {
-        bind({{"_get", get(kGetOperate)},
-              {"inner", QJsonObject{{"_get", get(kGetMotor)}, {"power", "x"}}}});
-        QVERIFY(ask(kGetMotor));
-        QCOMPARE(value("inner.power"), QString("x"));
-    }
-
-    void declarationsWithoutSourcesConnectNothing()
-    {
-        bind({{"_get", QJsonObject{{"request", kGetMotor}}},
-              {"_set", QJsonObject{{"response", kSetParams}}},
-              {"power", "outer"},
-              {"alias", "outer"}});
-        QSignalSpy changes(root.get(), &velk::ModuleObject::changed);
-        QVERIFY(ask(kGetMotor));
-        QCOMPARE(changes.count(), 0);
-        root->rmobj("alias")->set(nullptr, QString("by user"));
-        QVERIFY(drain());
-        QVERIFY(setRequests.isEmpty());
     }
 
     void setSendsOnlyOthersChanges()
@@ -150,17 +142,10 @@ private Q_SLOTS:
         QVERIFY(!setRequests.first().contains("_set"));
 
         // The answer activates the node on the controller's behalf, and is not sent back.
-        auto fromRc = [&] {
-            for (const QList<QVariant>& args : qAsConst(activations)) {
-                if (args.at(2).value<QObject*>() == rc()) {
-                    return args;
-                }
-            }
-            return QList<QVariant>();
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(!fromRc().isEmpty(), 5000);
-        QCOMPARE(fromRc().at(0).value<velk::ModuleObject*>(), rc()->cmdMobj(kSetParams));
-        QCOMPARE(fromRc().at(1).toInt(), int(velk::ActivateData));
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !activations.isEmpty() && activations.last().at(2).value<QObject*>() == rc(), 5000);
+        QCOMPARE(activations.last().at(0).value<velk::ModuleObject*>(), rc()->cmdMobj(kSetParams));
+        QCOMPARE(activations.last().at(1).toInt(), int(velk::ActivateData));
         QVERIFY(rc()->cmdMobj(kSetParams)->getBool(false));
         QVERIFY(drain());
         QCOMPARE(setRequests.size(), 1);

@@ -70,16 +70,6 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(path("a")));
     }
 
-    void copyFileRules()
-    {
-        QVERIFY(copyFile(path("src/a.txt"), path("to.txt"), false));
-        QVERIFY(!copyFile(path("src/sub/b.txt"), path("to.txt"), false));
-        QCOMPARE(readFile(path("to.txt")), QByteArray("aaa"));
-        QVERIFY(copyFile(path("src/sub/b.txt"), path("to.txt"), true));
-        QVERIFY(!copyFile(path("missing"), path("to.txt"), true));
-        QCOMPARE(readFile(path("to.txt")), QByteArray("bbbbb"));
-    }
-
     void rmAllRules()
     {
         // A file takes its whole folder along, but not the one above.

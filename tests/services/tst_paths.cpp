@@ -28,11 +28,6 @@ private Q_SLOTS:
         QCOMPARE(getConfigPath("setting"), QString("./config/setting.json"));
         QCOMPARE(getCachePath("c", "zarvo"), QString("./cache/zarvo/c.json"));
         QCOMPARE(getCachePath("robot"), QString("./cache//robot.json"));
-        // Each kind of data file has its folder and suffix; a sub is one more level.
-        QCOMPARE(getTemplatePath("x"), QString(":/zarvo/template/x.json"));
-        QCOMPARE(getCommandPath("x"), QString(":/zarvo/command/x.json"));
-        QCOMPARE(getRenderPath("x", "s"), QString(":/zarvo/render/x/s.json"));
-        QCOMPARE(getImagePath("x", "s"), QString(":/zarvo/images/x/s.png"));
     }
 
     void hasFile_data()
