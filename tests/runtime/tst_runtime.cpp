@@ -129,6 +129,23 @@ private Q_SLOTS:
         QCOMPARE(changes.count(), 1);
     }
 
+    void motionFillsPose()
+    {
+        QVERIFY(notify("motion", "move.monitor",
+                       {{"joint", QJsonArray{1.5, -2.5, 3, 4, 5, 6.25}},
+                        {"position", QJsonArray{400.5, -20, 615}},
+                        {"euler", QJsonArray{180, 0.5, -90}},
+                        {"quaternion", QJsonArray{0.5, 0.5, -0.5, 0.5}},
+                        {"elb", 7.5},
+                        {"torque", QJsonArray{1, 2, 3, 4, 5, 6}}}));
+        QCOMPARE(doubles("joint"), (QList<double>{1.5, -2.5, 3, 4, 5, 6.25}));
+        QCOMPARE(doubles("position"), (QList<double>{400.5, -20, 615}));
+        QCOMPARE(doubles("euler"), (QList<double>{180, 0.5, -90}));
+        QCOMPARE(doubles("quaternion"), (QList<double>{0.5, 0.5, -0.5, 0.5}));
+        // What the model has no place for is dropped, not added.
+        QVERIFY(!velk::m("zarvo.r")->hasCmobj("elb") && !velk::m("zarvo.r")->hasCmobj("torque"));
+    }
+
     void packVersion_data()
     {
         QTest::addColumn<QString>("text");
