@@ -114,6 +114,8 @@ private:
     void asyncTimeout(const QString& id, PendingCommand* record);
     void execTimeout(const QString& id, bool verbose);
     void clearPending();
+    // The catalogue node of a command, or its part's "data" (part "request", ...).
+    velk::ModuleObject* catalogueMobj(const QString& name, const QString& part);
     velk::ModuleObject* templateOrData(const QString& name, velk::ModuleObject* data);
     void registerChannels();
     QString commandText(const QString& fullName) const;

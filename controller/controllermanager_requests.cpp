@@ -159,43 +159,36 @@ void ControllerManager::execTimeout(const QString& id, bool verbose)
     }
 }
 
-velk::ModuleObject* ControllerManager::cmdMobj(const QString& name)
+velk::ModuleObject* ControllerManager::catalogueMobj(const QString& name, const QString& part)
 {
-    velk::ModuleObject* object = velk::m(velk::mName(this->name(), name));
+    velk::ModuleObject* object =
+        part.isEmpty() ? velk::m(velk::mName(this->name(), name))
+                       : velk::m(velk::mName(this->name(), name, part, QStringLiteral("data")));
     if (object->isEmptyMobj()) {
-        zarvo::warnLog().nospace() << "no cmd mobj: " << name;
+        zarvo::warnLog().nospace()
+            << "no " << (part.isEmpty() ? QStringLiteral("cmd") : part) << " mobj: " << name;
     }
     return object;
+}
+
+velk::ModuleObject* ControllerManager::cmdMobj(const QString& name)
+{
+    return catalogueMobj(name, QString());
 }
 
 velk::ModuleObject* ControllerManager::requestMobj(const QString& name)
 {
-    velk::ModuleObject* object =
-        velk::m(velk::mName(this->name(), name, QStringLiteral("request"), QStringLiteral("data")));
-    if (object->isEmptyMobj()) {
-        zarvo::warnLog().nospace() << "no request mobj: " << name;
-    }
-    return object;
+    return catalogueMobj(name, QStringLiteral("request"));
 }
 
 velk::ModuleObject* ControllerManager::responseMobj(const QString& name)
 {
-    velk::ModuleObject* object = velk::m(
-        velk::mName(this->name(), name, QStringLiteral("response"), QStringLiteral("data")));
-    if (object->isEmptyMobj()) {
-        zarvo::warnLog().nospace() << "no response mobj: " << name;
-    }
-    return object;
+    return catalogueMobj(name, QStringLiteral("response"));
 }
 
 velk::ModuleObject* ControllerManager::notifyMobj(const QString& name)
 {
-    velk::ModuleObject* object =
-        velk::m(velk::mName(this->name(), name, QStringLiteral("notify"), QStringLiteral("data")));
-    if (object->isEmptyMobj()) {
-        zarvo::warnLog().nospace() << "no notify mobj: " << name;
-    }
-    return object;
+    return catalogueMobj(name, QStringLiteral("notify"));
 }
 
 void ControllerManager::analyseUdpJson(const QJsonObject& json)

@@ -18,12 +18,17 @@ void SimFrameReader::append(const QByteArray& bytes)
 void SimFrameReader::clear()
 {
     m_buffer.clear();
+    resetScan();
+    m_oversize = false;
+}
+
+void SimFrameReader::resetScan()
+{
     m_pos = 0;
     m_start = -1;
     m_depth = 0;
     m_inString = false;
     m_escaped = false;
-    m_oversize = false;
 }
 
 // Removes the first `end` bytes; they go to *skipped.
@@ -32,11 +37,7 @@ SimFrameReader::Result SimFrameReader::drop(int end, QByteArray* skipped)
     if (skipped)
         *skipped = m_buffer.left(end);
     m_buffer.remove(0, end);
-    m_pos = 0;
-    m_start = -1;
-    m_depth = 0;
-    m_inString = false;
-    m_escaped = false;
+    resetScan();
     return Malformed;
 }
 
@@ -47,11 +48,7 @@ SimFrameReader::Result SimFrameReader::next(QJsonObject* object, QByteArray* ski
         if (nl < 0) {
             // Keep nothing of an object we are throwing away.
             m_buffer.clear();
-            m_pos = 0;
-            m_start = -1;
-            m_depth = 0;
-            m_inString = false;
-            m_escaped = false;
+            resetScan();
             return NeedMore;
         }
         m_oversize = false;

@@ -34,6 +34,7 @@ public:
 
 private:
     Result drop(int end, QByteArray* skipped);
+    void resetScan();
 
     QByteArray m_buffer;
     int m_maxSize;
