@@ -174,6 +174,10 @@ void TestHeadless::failures_data()
     QTest::newRow("null factory") << QStringList{"--headless", "--plugin", FAKE_NULLFACTORY_PLUGIN}
                                   << 5 << "newModule() returned no module";
     QTest::newRow("bad usage") << QStringList{"--headles"} << 2 << "headles";
+    // A regular file stands where a folder of the path should be.
+    QTest::newRow("working directory impossible")
+        << QStringList{"--headless", "--workdir", ZARVO_HMI_EXECUTABLE "/sub"} << 6
+        << "cannot create working directory";
 }
 
 void TestHeadless::failures()
