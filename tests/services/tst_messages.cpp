@@ -21,18 +21,8 @@ private Q_SLOTS:
         };
         // Empty arguments leave every placeholder standing.
         row("NeedInput", 0, {}, "Please input %1");
-        row("NeedSelect", 1, {}, "Please select %1");
         row("OperatorNotAllowed", 2, {}, "Operation is not allowed for operator");
-        row("DisabledBySystemFailure", 3, {},
-            "The function has been disabled due to system failure");
-        row("NameEmpty", 4, {}, "The %1 name is empty");
-        row("NameTooLong", 5, {"", "", ""}, "The length of %1 is longer than %2 characters");
         row("NameOccupied", 6, {}, "The %1 name is occupied with %2");
-        row("NameDefined", 7, {}, "The %1 name is already defined as %2");
-        row("NameInvalid", 8, {}, "The %1 name does not match the naming conventions");
-        row("TaskRunning", 9, {}, "Not allowed to %1 when there is a task running");
-        row("MotorOn", 10, {}, "Not allowed to %1 when the motor is on. Please motor off first");
-        row("ReadFileFailed", 11, {}, "Cannot read file %1");
         row("WriteFileFailed", 12, {}, "Cannot write file %1");
         row("out of range", 13, {"a", "b", "c"}, "");
         row("negative", -1, {}, "");
