@@ -117,7 +117,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("type");
         QTest::addColumn<QStringList>("emitters");
         QTest::newRow("nothing watched") << "- - - -" << "activate" << "c" << 0 << QStringList{"c"};
-        QTest::newRow("parent watched") << "- - W -" << "activate" << "c" << 0 << QStringList{"c", "b"};
         QTest::newRow("chain watched") << "W W W -" << "activate" << "c" << 0 << QStringList{"c", "b", "a", "t"};
         QTest::newRow("stops at unwatched") << "W - W -" << "activate" << "c" << 0 << QStringList{"c", "b"};
         QTest::newRow("quiet source") << "W W W Q" << "activate" << "c" << 0 << QStringList{};
