@@ -125,8 +125,7 @@ private Q_SLOTS:
         QTest::newRow("set on unwatched node") << "W W W -" << "set" << "c" << 0 << QStringList{};
         QTest::newRow("insert into quiet node") << "- - W Q" << "insert" << "y" << 1 << QStringList{};
         QTest::newRow("insert") << "- W W -" << "insert" << "y" << 1 << QStringList{"c", "b", "a"};
-        QTest::newRow("remove") << "- - - -" << "remove" << "x" << 2 << QStringList{"c"};
-        QTest::newRow("remove, watched") << "W W W -" << "remove" << "x" << 2 << QStringList{"c", "b", "a", "t"};
+        QTest::newRow("remove") << "W - W -" << "remove" << "x" << 2 << QStringList{"c", "b"};
     }
     // clang-format on
 
