@@ -8,6 +8,7 @@
 
 #include <memory>
 
+using velk::command;
 using velk::CommandManager;
 using velk::ModuleObject;
 
@@ -35,11 +36,6 @@ QJsonValue parseJson(const QString& text)
     return doc.isNull() ? QJsonValue(QJsonValue::Undefined) : doc.array().first();
 }
 
-CommandManager& manager()
-{
-    return velk::command();
-}
-
 } // namespace
 
 class TestCommandManager : public QObject
@@ -47,9 +43,9 @@ class TestCommandManager : public QObject
     Q_OBJECT
 
     RecordingCommand m_alpha{"zz.alpha"}, m_alpine{"zz.alpine"}, m_secret{"zz.secret", false};
-    QSignalSpy m_output{&manager(), &CommandManager::output};
-    QSignalSpy m_error{&manager(), &CommandManager::error};
-    QSignalSpy m_input{&manager(), &CommandManager::input};
+    QSignalSpy m_output{&command(), &CommandManager::output};
+    QSignalSpy m_error{&command(), &CommandManager::error};
+    QSignalSpy m_input{&command(), &CommandManager::input};
 
     // The console text of `spy`, or a null string unless exactly one came.
     static QString only(const QSignalSpy& spy)
@@ -61,7 +57,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         for (RecordingCommand* c : {&m_alpha, &m_alpine, &m_secret}) {
-            QVERIFY(manager().regist(c));
+            QVERIFY(command().regist(c));
         }
     }
 
@@ -84,21 +80,21 @@ private Q_SLOTS:
 
     void registry()
     {
-        const QStringList names = manager().names();
+        const QStringList names = command().names();
         QVERIFY(names.contains("help") && names.contains("mobj.get") && names.contains("mobj.set"));
         QVERIFY(std::is_sorted(names.cbegin(), names.cend()));
-        QVERIFY(!names.contains("zz.secret") && manager().names(false).contains("zz.secret"));
+        QVERIFY(!names.contains("zz.secret") && command().names(false).contains("zz.secret"));
         RecordingCommand twin("zz.alpha"), spaced("zz bad");
-        QVERIFY(!manager().regist(&twin) && !manager().regist(&spaced) && !manager().cancel(&twin));
+        QVERIFY(!command().regist(&twin) && !command().regist(&spaced) && !command().cancel(&twin));
 
         // A cancelled command must not be forgotten again when destroyed: the
         // new holder of the name would lose its entry.
         auto first = std::make_unique<RecordingCommand>("zz.temp");
-        QVERIFY(manager().regist(first.get()) && manager().cancel(first.get()));
+        QVERIFY(command().regist(first.get()) && command().cancel(first.get()));
         RecordingCommand successor("zz.temp");
-        QVERIFY(manager().regist(&successor));
+        QVERIFY(command().regist(&successor));
         first.reset();
-        QCOMPARE(manager().find("zz.temp"), &successor);
+        QCOMPARE(command().find("zz.temp"), &successor);
     }
 
     // clang-format off
@@ -122,7 +118,7 @@ private Q_SLOTS:
         QFETCH(QString, line);
         QFETCH(QStringList, expected);
         QFETCH(bool, ok);
-        QCOMPARE(manager().execute(line), ok);
+        QCOMPARE(command().execute(line), ok);
         QCOMPARE(calls, expected);
         QCOMPARE(m_error.count(), ok ? 0 : 1);
         QVERIFY(ok || only(m_error).contains("zz.alp"));
@@ -155,10 +151,10 @@ private Q_SLOTS:
         QFETCH(QString, input);
         QFETCH(QString, hint);
         QFETCH(QStringList, expected);
-        manager().complete(line);
+        command().complete(line);
         QCOMPARE(only(m_input), input);
         if (!hint.isNull()) {
-            manager().hint(line);
+            command().hint(line);
             QCOMPARE(only(m_output), hint == "!" || hint.isEmpty() ? QString() : hint);
         }
         QCOMPARE(m_error.count(), hint == "!" ? 1 : 0);
@@ -167,16 +163,16 @@ private Q_SLOTS:
 
     void help()
     {
-        QVERIFY(manager().execute("help"));
+        QVERIFY(command().execute("help"));
         // One line per listed command, in name order, with usage and description.
         const QStringList lines = only(m_output).split('\n');
-        QCOMPARE(lines.size(), manager().names().size());
-        const int alpha = manager().names().indexOf("zz.alpha");
+        QCOMPARE(lines.size(), command().names().size());
+        const int alpha = command().names().indexOf("zz.alpha");
         QVERIFY(lines.value(alpha).startsWith("zz.alpha") && lines[alpha].endsWith("what it gets"));
         m_output.clear();
-        QVERIFY(manager().execute("help zz.secret"));
+        QVERIFY(command().execute("help zz.secret"));
         QVERIFY(only(m_output).contains("records what it gets"));
-        QVERIFY(manager().execute("help zz.none"));
+        QVERIFY(command().execute("help zz.none"));
         QCOMPARE(m_error.count(), 1);
     }
 
@@ -196,7 +192,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QFETCH(QString, node);
-        QVERIFY(manager().execute("mobj.get " + path));
+        QVERIFY(command().execute("mobj.get " + path));
         QCOMPARE(m_error.count(), node.isNull() ? 1 : 0);
         QVERIFY(!node.isNull() || only(m_error).contains(path));
         const QJsonValue printed = parseJson(only(m_output));
@@ -225,13 +221,13 @@ private Q_SLOTS:
         ModuleObject* top = velk::m("tst_cmd");
         const QJsonValue before = top->exportToJson();
         QSignalSpy changed(velk::m("tst_cmd.new.leaf"), &ModuleObject::changed);
-        QVERIFY(manager().execute("mobj.set " + args));
+        QVERIFY(command().execute("mobj.set " + args));
         QCOMPARE(m_error.count(), expected.isNull() ? 1 : 0);
         if (expected.isNull()) {
             QCOMPARE(top->exportToJson(), before);
         } else {
             QCOMPARE(velk::m("tst_cmd.new.leaf")->exportToJson(), parseJson(expected));
-            QCOMPARE(changed.value(0).value(2).value<QObject*>(), manager().find("mobj.set"));
+            QCOMPARE(changed.value(0).value(2).value<QObject*>(), command().find("mobj.set"));
         }
     }
 };

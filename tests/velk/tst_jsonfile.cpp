@@ -12,18 +12,6 @@ class TestJsonFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void writeUsesBomAndCrlf()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("config/deep/setting.json");
-        const QJsonObject value{{"name", "机器人"}, {"list", QJsonArray{1}}};
-        QVERIFY(velk::JsonFile::write(path, value)); // with the folders it needs
-        const QByteArray data = readFile(path);
-        QVERIFY(data.startsWith("\xEF\xBB\xBF{\r\n") && data.endsWith("}\r\n"));
-        QCOMPARE(data.count('\n'), data.count("\r\n"));
-        QCOMPARE(velk::JsonFile::read(path), QJsonValue(value));
-    }
-
     void failedWriteKeepsOldFile()
     {
         QTemporaryDir dir;

@@ -21,11 +21,6 @@ QJsonObject obj(const char* json)
     return QJsonDocument::fromJson(json).object();
 }
 
-std::unique_ptr<NetworkObject> tcpChannel()
-{
-    return std::make_unique<NetworkObject>("tcp", velk::TCP, NetworkChannel());
-}
-
 // A UDP channel on loopback with an ephemeral local port.
 std::unique_ptr<NetworkObject> udpChannel(const QHostAddress& remote = kLoopback, int port = 9)
 {
@@ -60,19 +55,19 @@ private Q_SLOTS:
 
     void tcpRoundTrip()
     {
-        auto channel = tcpChannel();
-        channel->setKeyOrder({"id", "module"});
+        NetworkObject channel("tcp", velk::TCP, NetworkChannel());
+        channel.setKeyOrder({"id", "module"});
         QTcpServer server;
-        QTcpSocket* peer = connectPair(*channel, server);
+        QTcpSocket* peer = connectPair(channel, server);
         QVERIFY(peer);
-        QVERIFY(channel->writeJsonPackage(obj(R"({"module":"system","id":"1"})"), true));
-        QVERIFY(channel->writeJsonPackage(obj(R"({"bare":1})"), false));
+        QVERIFY(channel.writeJsonPackage(obj(R"({"module":"system","id":"1"})"), true));
+        QVERIFY(channel.writeJsonPackage(obj(R"({"bare":1})"), false));
         const QByteArray expected = "{\"id\":\"1\",\"module\":\"system\"}\n{\"bare\":1}";
         QByteArray received;
         QTRY_VERIFY_WITH_TIMEOUT((received += peer->readAll()).size() >= expected.size(), 5000);
         QCOMPARE(received, expected);
 
-        QSignalSpy obtained(channel->handle(), &NetworkHandle::jsonObtained);
+        QSignalSpy obtained(channel.handle(), &NetworkHandle::jsonObtained);
         peer->write(u8"{\"b\":\"中文\"}\r\n");
         QVERIFY(obtained.wait(5000));
         QCOMPARE(obtained.at(0).at(0).toJsonObject(), QJsonObject({{"b", u8"中文"}}));
@@ -80,13 +75,13 @@ private Q_SLOTS:
 
     void tcpPeerDisconnectsMidPacket()
     {
-        auto channel = tcpChannel();
+        NetworkObject channel("tcp", velk::TCP, NetworkChannel());
         QTcpServer server;
-        QTcpSocket* peer = connectPair(*channel, server);
+        QTcpSocket* peer = connectPair(channel, server);
         QVERIFY(peer);
-        QSignalSpy obtained(channel->handle(), &NetworkHandle::jsonObtained);
-        QSignalSpy packageErrors(channel->handle(), &NetworkHandle::packageError);
-        QSignalSpy disconnected(channel->socket(), &QAbstractSocket::disconnected);
+        QSignalSpy obtained(channel.handle(), &NetworkHandle::jsonObtained);
+        QSignalSpy packageErrors(channel.handle(), &NetworkHandle::packageError);
+        QSignalSpy disconnected(channel.socket(), &QAbstractSocket::disconnected);
         peer->write("{\"a\":1}\n{\"cut\":\"of");
         peer->disconnectFromHost();
         QVERIFY(disconnected.wait(5000));
@@ -94,7 +89,7 @@ private Q_SLOTS:
         QCOMPARE(packageErrors.count(), 1);
 
         // The next connection starts clean: nothing of the cut package survives.
-        QTcpSocket* second = connectPair(*channel, server);
+        QTcpSocket* second = connectPair(channel, server);
         QVERIFY(second);
         second->write("\"}\n{\"c\":3}\n");
         QTRY_COMPARE_WITH_TIMEOUT(obtained.count(), 2, 5000);
@@ -107,14 +102,14 @@ private Q_SLOTS:
         QVERIFY(probe->listen(kLoopback, 0));
         const quint16 freePort = probe->serverPort();
         probe.reset();
-        auto channel = tcpChannel();
-        QVERIFY(!channel->writeJsonPackage(obj(R"({"a":1})"), true));
-        QSignalSpy socketErrors(channel->handle(), &NetworkHandle::socketError);
-        QVERIFY(channel->tryConnectToHost(kLoopback, freePort));
+        NetworkObject channel("tcp", velk::TCP, NetworkChannel());
+        QVERIFY(!channel.writeJsonPackage(obj(R"({"a":1})"), true));
+        QSignalSpy socketErrors(channel.handle(), &NetworkHandle::socketError);
+        QVERIFY(channel.tryConnectToHost(kLoopback, freePort));
         QTRY_COMPARE_WITH_TIMEOUT(socketErrors.count(), 1, 5000);
         QVERIFY(!socketErrors.at(0).at(0).toString().isEmpty());
-        QCOMPARE(channel->socket()->state(), QAbstractSocket::UnconnectedState);
-        QVERIFY(!channel->writeJsonPackage(obj(R"({"a":1})"), true));
+        QCOMPARE(channel.socket()->state(), QAbstractSocket::UnconnectedState);
+        QVERIFY(!channel.writeJsonPackage(obj(R"({"a":1})"), true));
     }
 
     void udpPeerAddress()
