@@ -85,8 +85,8 @@ struct HmiRecords
 };
 
 // A bare loopback controller (port 0: none) keeping every line it gets. It
-// answers heartbeats with `heartbeatData` (undefined: no data key), the rest
-// with `responder` or {"id": id}; with `answering` off, nothing.
+// answers heartbeats in the name of `name`, the rest with `responder` or
+// {"id": id}; with `answering` off, nothing.
 class RawPeer
 {
 public:
@@ -103,7 +103,7 @@ public:
     quint16 port() const { return m_server.serverPort(); }
 
     bool answering = true;
-    QJsonValue heartbeatData = QJsonObject{{"name", "Zarvo"}};
+    QString name = QStringLiteral("Zarvo");
     std::function<QByteArray(const QJsonObject&)> responder;
     QList<QByteArray> lines;
     QList<QJsonObject> packets;
@@ -117,8 +117,8 @@ private:
             packets << QJsonDocument::fromJson(lines.last()).object();
             const bool heart = packets.last().value("command") == QLatin1String("controller.heart");
             QJsonObject answer{{"id", packets.last().value("id")}};
-            if (heart && !heartbeatData.isUndefined()) {
-                answer.insert("data", heartbeatData);
+            if (heart) {
+                answer.insert("data", QJsonObject{{"name", name}});
             }
             if (answering) {
                 socket->write(responder && !heart ? responder(packets.last()) : compact(answer));

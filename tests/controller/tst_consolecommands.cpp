@@ -47,7 +47,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("valid");
         QTest::newRow("ip, then port") << "-ip=127.0.0.1 -port=%1" << true;
         QTest::newRow("port first") << "-port=%1 -ip=127.0.0.1" << false;
-        QTest::newRow("no port") << "-ip=127.0.0.1" << false;
     }
 
     // "-port=" takes the rest of the line; refused, nothing changes.

@@ -127,12 +127,9 @@ void TestRcSimulator::init()
 
 void TestRcSimulator::answersEveryCommand()
 {
+    // Every command gets its template's fields with their types; the heartbeat's answer is
+    // pinned by the garbage case.
     Client c(m_sim->tcpPort());
-    const QJsonObject beat = c.request("system.controller.heart");
-    QCOMPARE(beat,
-             (QJsonObject{{"id", beat.value("id")}, {"data", QJsonObject{{"name", "Zarvo"}}}}));
-
-    // Every command gets its template's fields with their types.
     const auto& catalogue = m_sim->catalogue();
     QHash<QString, QString> ids;
     for (const QString& name : catalogue.commands())

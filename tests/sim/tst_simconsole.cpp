@@ -35,7 +35,6 @@ void TestSimConsole::commands_data()
     row("  operate   auto ", "operate", "auto");
     row("power on", "power", "on");
     row("fault delay 250", "delay", "250");
-    row("fault miss-heartbeats:4", "miss-heartbeats", "4");
     row("monitor 25", "monitor", "25");
     row("status", "reply", "safety stop NStop");
     row("help", "reply", "estop WORD");
