@@ -17,7 +17,6 @@ public:
         : velk::BaseCommand(QStringLiteral("t.say"), true)
     {
     }
-    QString usage() const override { return QStringLiteral("t.say <text>"); }
     void execute(const QString& args) override { output(QStringLiteral("said ") + args); }
 };
 

@@ -39,9 +39,6 @@ void TestPluginLoader::load_data()
 
     QTest::newRow("good") << QStringLiteral(FAKE_GOOD_PLUGIN) << true << int(PluginLoader::Loaded)
                           << QStringList{};
-    QTest::newRow("missing file") << m_dir.filePath(QStringLiteral("nothing.so")) << false
-                                  << int(PluginLoader::NotLoadable)
-                                  << QStringList{"nothing.so", "no such file"};
     QTest::newRow("not a library")
         << m_dir.filePath(QStringLiteral("libtext.so")) << false << int(PluginLoader::NotLoadable)
         << QStringList{"cannot load plug-in", "libtext.so"};

@@ -3,12 +3,15 @@
 #include <velk/commandmanager.h>
 #include <velk/velk.h>
 
+#include <QEventLoop>
 #include <QFile>
 #include <QTimer>
 
 namespace {
 
-// "fake.echo <text>" outputs <text>; "fake.after <ms> <text>" does so from a timer.
+// "fake.echo <text>" outputs <text>; "fake.after <ms> <text>" does so from a timer and
+// "fake.nest <ms> <text>" after an event loop of its own, as a modal dialog runs one,
+// announced by "nesting" so that a test can send the next line while it runs.
 class EchoCommand : public velk::BaseCommand
 {
 public:
@@ -16,20 +19,23 @@ public:
         : velk::BaseCommand(name, true, parent)
     {
     }
-    QString usage() const override
-    {
-        return name() == QLatin1String("fake.after") ? QStringLiteral("fake.after <ms> <text>")
-                                                     : QStringLiteral("fake.echo <text>");
-    }
     void execute(const QString& args) override
     {
-        if (name() != QLatin1String("fake.after")) {
+        if (name() == QLatin1String("fake.echo")) {
             output(args);
             return;
         }
+        const int ms = args.section(QLatin1Char(' '), 0, 0).toInt();
         const QString text = args.section(QLatin1Char(' '), 1);
-        QTimer::singleShot(args.section(QLatin1Char(' '), 0, 0).toInt(), this,
-                           [this, text] { output(text); });
+        if (name() == QLatin1String("fake.after")) {
+            QTimer::singleShot(ms, this, [this, text] { output(text); });
+            return;
+        }
+        QEventLoop loop;
+        QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+        output(QStringLiteral("nesting"));
+        loop.exec();
+        output(text);
     }
 };
 
@@ -44,8 +50,9 @@ public:
     void init() override
     {
         record("init");
-        velk::command().regist(new EchoCommand(QStringLiteral("fake.echo"), this));
-        velk::command().regist(new EchoCommand(QStringLiteral("fake.after"), this));
+        for (const char* name : {"fake.echo", "fake.after", "fake.nest"}) {
+            velk::command().regist(new EchoCommand(QLatin1String(name), this));
+        }
     }
     void render() override { record("render"); }
     void idle() override { record("idle"); }
