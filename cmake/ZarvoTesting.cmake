@@ -1,8 +1,16 @@
+# What every test process runs with: the offscreen platform, UDP broadcasts
+# pointed at loopback so that no test sends a packet off this machine, and the
+# sanitizer's suppressions for Qt's own leaks.
+set(ZARVO_TEST_ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
+if(ZARVO_SANITIZE)
+    list(APPEND ZARVO_TEST_ENVIRONMENT
+        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/lsan.supp")
+endif()
+
 # zarvo_add_qtest(<source> [LIBS <targets>...] [SOURCES <extra>...] [TIMEOUT <s>])
 #
-# One QtTest executable per source file, named after the file. Every test runs
-# with the offscreen platform and with UDP broadcasts pointed at loopback, so
-# that no test ever sends a packet off this machine.
+# One QtTest executable per source file, named after the file, run with
+# ZARVO_TEST_ENVIRONMENT.
 function(zarvo_add_qtest source)
     cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;SOURCES" ${ARGN})
     get_filename_component(name ${source} NAME_WE)
@@ -13,13 +21,9 @@ function(zarvo_add_qtest source)
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
     target_link_libraries(${name} PRIVATE Qt5::Test ${ARG_LIBS})
     add_test(NAME ${name} COMMAND ${name})
-    set(environment "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
-    if(ZARVO_SANITIZE)
-        list(APPEND environment "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/lsan.supp")
-    endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
-        ENVIRONMENT "${environment}")
+        ENVIRONMENT "${ZARVO_TEST_ENVIRONMENT}")
 endfunction()
 
 # Adds every tst_*.cpp of the calling folder as its own test.
