@@ -5,9 +5,7 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QNetworkDatagram>
 #include <QTcpSocket>
-#include <QUdpSocket>
 #include <QtTest>
 
 #include <algorithm>
@@ -109,7 +107,6 @@ private Q_SLOTS:
     void stateChanges();
     void monitorStreamsAtTheRateAndStops();
     void monitorBurstEndsWhenItsClientGoes();
-    void discoveryAndUpgradeGreeting();
     void faults_data();
     void faults();
 
@@ -303,37 +300,6 @@ void TestRcSimulator::monitorBurstEndsWhenItsClientGoes()
     QVERIFY(!finished.wait(300));
     m_sim->injectFault(Fault::CloseNow);
     QVERIFY(finished.wait(Timeout));
-}
-
-void TestRcSimulator::discoveryAndUpgradeGreeting()
-{
-    m_sim->robot()->setAlias("line-3");
-    QUdpSocket udp;
-    QVERIFY(udp.bind(QHostAddress::LocalHost, 0));
-    auto answer = [&]() {
-        const bool ready = QTest::qWaitFor([&]() { return udp.hasPendingDatagrams(); }, Timeout);
-        return ready ? QJsonDocument::fromJson(udp.receiveDatagram().data()).object()
-                     : QJsonObject();
-    };
-    const quint16 port = m_sim->discoveryPort();
-    for (const char* datagram :
-         {"not json", "{\"module\":\"system\",\"command\":\"state.get_motor\"}",
-          "{\"module\":\"system\",\"command\":\"controller.detect\"}"})
-        udp.writeDatagram(datagram, QHostAddress::LocalHost, port);
-    const QJsonObject detect = answer();
-    QVERIFY(noteOf("system", "controller.detect")(detect));
-    const QJsonObject data = detect.value("data").toObject();
-    QCOMPARE(data.keys(),
-             m_sim->catalogue().notifyData("system.controller.detect").toObject().keys());
-    QCOMPARE(data.value("addr_list").toArray(), QJsonArray{"127.0.0.1"});
-    QCOMPARE(data.value("tcp_port").toString(), QString::number(m_sim->tcpPort()));
-    QCOMPARE(data.value("udp_local_port").toString(), QString::number(port));
-    QCOMPARE(data.value("udp_remote_port").toString(), QString::number(udp.localPort()));
-    QCOMPARE(data.value("alias").toString(), QString("line-3"));
-    udp.writeDatagram("{\"greet\":\"hello\",\"my_name\":\"HMI\"}", QHostAddress::LocalHost,
-                      m_sim->upgradeUdpPort());
-    QCOMPARE(answer(), (QJsonObject{{"my_name", "RC"}, {"reply", "welcome"}}));
-    QVERIFY(!QTest::qWaitFor([&]() { return udp.hasPendingDatagrams(); }, 200)); // nothing else
 }
 
 void TestRcSimulator::faults_data()
