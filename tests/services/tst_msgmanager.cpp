@@ -8,8 +8,6 @@
 #include <memory>
 
 Q_DECLARE_METATYPE(QMessageBox::Icon)
-Q_DECLARE_METATYPE(QMessageBox::StandardButton)
-Q_DECLARE_METATYPE(QMessageBox::ButtonRole)
 
 namespace {
 
@@ -31,15 +29,6 @@ void onNextBox(std::function<void(QMessageBox*)> action, int tries = 1000)
             onNextBox(action, tries - 1);
         }
     });
-}
-
-void press(QMessageBox* box, QMessageBox::StandardButton button)
-{
-    if (box->button(button)) {
-        box->button(button)->click();
-    } else {
-        box->reject(); // closed without a button
-    }
 }
 
 } // namespace
@@ -105,32 +94,17 @@ private Q_SLOTS:
                 seen.insert(button, box->button(button) ? box->button(button)->text() : "");
             }
             title = box->parentWidget() ? "has a parent" : box->windowTitle();
-            press(box, QMessageBox::Reset);
+            if (QAbstractButton* reset = box->button(QMessageBox::Reset)) {
+                reset->click();
+            } else {
+                box->reject();
+            }
         });
         QWidget owner;
         QCOMPARE(MsgManager::showMsg(&owner, MSG_WARNING_ALERT, "careful", all, QMessageBox::Ok),
                  QMessageBox::Reset);
         QCOMPARE(seen, labels);
         QCOMPARE(title, QString("Warning!"));
-    }
-
-    void showMsgBoxRole_data()
-    {
-        QTest::addColumn<QMessageBox::StandardButton>("button");
-        QTest::addColumn<QMessageBox::ButtonRole>("role");
-        QTest::newRow("closed without a button") << QMessageBox::NoButton << QMessageBox::NoRole;
-        QTest::newRow("yes") << QMessageBox::Yes << QMessageBox::YesRole;
-        QTest::newRow("ok") << QMessageBox::Ok << QMessageBox::AcceptRole;
-    }
-
-    void showMsgBoxRole()
-    {
-        QFETCH(QMessageBox::StandardButton, button);
-        QFETCH(QMessageBox::ButtonRole, role);
-        std::unique_ptr<QMessageBox> box(MsgManager::buildMsgBox(nullptr, MSG_QUESTION, "?"));
-        box->setStandardButtons(QMessageBox::Yes | QMessageBox::Ok);
-        onNextBox([button](QMessageBox* open) { press(open, button); });
-        QCOMPARE(MsgManager::showMsgBox(box.get()), role); // the box is not deleted
     }
 };
 

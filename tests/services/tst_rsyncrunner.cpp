@@ -140,8 +140,6 @@ private Q_SLOTS:
         QTest::newRow("push, other drive escaped, deletion")
             << true << true << "C:/Program Files/x" << true
             << QStringList{"--delete", "/cygdrive/c/Program\\ Files/x", remote};
-        QTest::newRow("pull, other drive")
-            << false << false << "D:/data" << false << QStringList{remote, "/cygdrive/d/data"};
         QTest::newRow("push, below, absolute, escaped")
             << true << false << QDir::current().filePath("my project/a b") << true
             << QStringList{"my\\ project/a\\ b", remote};
