@@ -8,7 +8,8 @@ set(ZARVO_CORE_FILES)
 foreach(dir IN LISTS ZARVO_SOURCE_DIRS)
     file(GLOB files CONFIGURE_DEPENDS
         ${CMAKE_SOURCE_DIR}/${dir}/*.cpp
-        ${CMAKE_SOURCE_DIR}/${dir}/*.h)
+        ${CMAKE_SOURCE_DIR}/${dir}/*.h
+        ${CMAKE_SOURCE_DIR}/${dir}/*.ui)
     list(APPEND ZARVO_CORE_FILES ${files})
 endforeach()
 list(REMOVE_ITEM ZARVO_CORE_FILES ${CMAKE_SOURCE_DIR}/module/newmodule.cpp)

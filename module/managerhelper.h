@@ -7,6 +7,9 @@
 #include <QStringList>
 
 class QProcess;
+namespace pomr {
+class BModule;
+}
 class ControllerManager;
 class SettingManager;
 class ThemeManager;
@@ -66,6 +69,16 @@ public:
     bool rsyncPull(QObject* requester, const QString& localPath, const QString& remotePath,
                    bool deleteExtraneous, QStringList extraArgs = QStringList());
     QProcess* rsyncProcess() const;
+
+    // Put every page of a setting category (a module whose submodules are
+    // BaseSettingPages) into the centre widget under "<category>.<page>" and
+    // publish the list of pages as the category's resource "navtree".
+    static void installBaseSettingCategoryModule(pomr::BModule* category);
+    // Register a page and, recursively, its submodules in the centre widget
+    // and under "zarvo.sidetree.root" (joined with `prefix`), where the side
+    // tree builds its buttons from them. Nothing for a missing prefix object
+    // or a module that is not a page.
+    static void installSideTree(pomr::BModule* module, const QString& prefix = QString());
 
 Q_SIGNALS:
     void rsyncFinished(QObject* requester, const QString& output);
