@@ -1,5 +1,6 @@
 #include "qlog.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +10,7 @@
 #include <QMutexLocker>
 
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 namespace velk {
@@ -255,6 +257,48 @@ void QLog::writeConsole()
     const QByteArray line = (m_colour + text()).toUtf8() + kReset + '\n';
     std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
     std::fflush(stderr);
+}
+
+QString QLog::timeStamp()
+{
+    return timeStamp(QDateTime::currentMSecsSinceEpoch());
+}
+
+QString QLog::timeStamp(qint64 msecsSinceEpoch)
+{
+    // Zones change their offset only at whole minutes, so the local text of
+    // a minute's start serves every line of that minute.
+    struct Minute
+    {
+        qint64 start = std::numeric_limits<qint64>::min();
+        QString head; // "MM/dd hh:mm:"
+    };
+    static thread_local Minute minute;
+    qint64 within = msecsSinceEpoch % 60000;
+    if (within < 0) {
+        within += 60000;
+    }
+    const qint64 start = msecsSinceEpoch - within;
+    if (start != minute.start) {
+        minute.start = start;
+        minute.head = QDateTime::fromMSecsSinceEpoch(start, Qt::LocalTime)
+                          .toString(QStringLiteral("MM/dd hh:mm:"));
+    }
+    const int seconds = int(within / 1000);
+    const int millis = int(within % 1000);
+    const QChar tail[] = {
+        QLatin1Char(char('0' + seconds / 10)),
+        QLatin1Char(char('0' + seconds % 10)),
+        QLatin1Char('.'),
+        QLatin1Char(char('0' + millis / 100)),
+        QLatin1Char(char('0' + millis / 10 % 10)),
+        QLatin1Char(char('0' + millis % 10)),
+    };
+    QString text;
+    text.reserve(minute.head.size() + 6);
+    text += minute.head;
+    text.append(tail, 6);
+    return text;
 }
 
 void QLog::setConsoleEnabled(bool on) { consoleFlag() = on; }
