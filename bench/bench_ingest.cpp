@@ -70,7 +70,7 @@ int main(int argc, char* argv[])
     ok &= result("ingest_hmi_to_floor", spread(ratio), "x", false, 0.6, rounds);
     info("ingest_hmi_rate_debug_on", spread(hmiDebug).median, "/s");
 
-    QVector<double> growth, stall, beatMax, beatMedian, dying, delivered, seconds;
+    QVector<double> growth, stall, beatMax, beatMedian, dying, delivered, seconds, idleRss, peakRss;
     for (int r = 0; r < rounds; ++r) {
         const IngestBench::Flood f = bench.flood(burst);
         if (!f.complete) {
@@ -78,6 +78,8 @@ int main(int argc, char* argv[])
             return 1;
         }
         growth << (f.peakRssKib - f.idleRssKib) / 1024.0;
+        idleRss << f.idleRssKib / 1024.0;
+        peakRss << f.peakRssKib / 1024.0;
         stall << f.lateMax;
         beatMax << f.heartbeatMaxMs;
         beatMedian << f.heartbeatMedianMs;
@@ -88,10 +90,17 @@ int main(int argc, char* argv[])
     ok &= result("flood_controller_dying", spread(dying), "lines", true, 0, rounds);
     ok &= result("flood_rss_growth", spread(growth), "MiB", true, 40, rounds);
     ok &= result("flood_gui_stall_max", spread(stall), "ms", true, 50, rounds);
+    info("flood_rss_idle", spread(idleRss).median, "MiB");
+    info("flood_rss_peak", spread(peakRss).median, "MiB");
     info("flood_heartbeat_rtt_median", spread(beatMedian).median, "ms");
     info("flood_heartbeat_rtt_max", spread(beatMax).median, "ms");
     info("flood_seconds", spread(seconds).median, "s");
     info("flood_poses_applied", spread(delivered).median, "");
+
+    // The machine's own share: a busy neighbour makes any timer late.
+    const IngestBench::Stream quiet = bench.idle(2000);
+    info("idle_timer_late_p99", quiet.lateP99, "ms");
+    info("idle_timer_late_max", quiet.lateMax, "ms");
 
     QVector<double> p50, p99, worst;
     for (int r = 0; r < rounds; ++r) {

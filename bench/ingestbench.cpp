@@ -338,3 +338,17 @@ IngestBench::Stream IngestBench::stream(int hertz, qint64 count)
     s.lateMax = probe.max();
     return s;
 }
+
+IngestBench::Stream IngestBench::idle(int ms)
+{
+    Stream s;
+    LatenessProbe probe;
+    probe.start();
+    waitFor([] { return false; }, ms);
+    probe.stop();
+    s.complete = true;
+    s.lateP50 = probe.p50();
+    s.lateP99 = probe.p99();
+    s.lateMax = probe.max();
+    return s;
+}

@@ -54,6 +54,8 @@ public:
         double lateP50 = 0, lateP99 = 0, lateMax = 0;
     };
     Stream stream(int hertz, qint64 count);
+    // The same timer with no traffic at all: what the machine itself allows.
+    Stream idle(int ms);
 
 private:
     // Waits until the peer handed everything over and one heartbeat behind it
