@@ -165,7 +165,7 @@ int main(int argc, char* argv[])
                                    },
                                    n, rounds);
             ratios[depth] << p.ratio;
-            std::printf("INFO   lookup depth %d: velk %.1f ns, QHash %.1f ns\n", depth, p.a, p.b);
+            std::printf("       lookup depth %d: velk %.1f ns, QHash %.1f ns\n", depth, p.a, p.b);
         }
 
         const Pair set = compare([&](int i) { value->set(nullptr, QVariant(i)); },
@@ -181,7 +181,7 @@ int main(int argc, char* argv[])
         const Pair name = compare([&](int) { g_sink = quintptr(velk::m(velk::mName(a, b, c))); },
                                   [&](int) { g_sink = quintptr(velk::m(joined)); }, n, rounds);
         nameRatio << name.ratio;
-        std::printf("INFO   set %.1f ns, emit %.1f ns; m(mName) %.1f ns, m(name) %.1f ns\n", set.a,
+        std::printf("       set %.1f ns, emit %.1f ns; m(mName) %.1f ns, m(name) %.1f ns\n", set.a,
                     set.b, name.a, name.b);
     }
     g_sink = quintptr(heard);

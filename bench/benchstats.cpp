@@ -40,11 +40,11 @@ qint64 statusKib(const char* key)
     if (!status.open(QIODevice::ReadOnly)) {
         return 0;
     }
-    // Bounded: the file has a few dozen lines.
-    for (int i = 0; i < 200 && !status.atEnd(); ++i) {
-        const QByteArray line = status.readLine();
+    // A file of /proc has no size: read it whole rather than asking for its end.
+    const QList<QByteArray> lines = status.readAll().split('\n');
+    for (const QByteArray& line : lines) {
         if (line.startsWith(key)) {
-            return line.mid(int(qstrlen(key))).trimmed().split(' ').value(0).toLongLong();
+            return line.mid(int(qstrlen(key))).simplified().split(' ').value(0).toLongLong();
         }
     }
     return 0;
