@@ -94,16 +94,16 @@ int main(int argc, char* argv[])
         seconds << f.seconds;
     }
     ok &= result("flood_controller_dying", spread(dying), "lines", true, 0, rounds);
-    ok &= result("flood_heartbeats_failed", spread(failed), "", true, 0, rounds);
+    ok &= result("flood_heartbeats_failed", spread(failed), "beats", true, 0, rounds);
     ok &= result("flood_rss_growth", spread(growth), "MiB", true, 40, rounds);
     ok &= result("flood_gui_stall_max", spread(stall), "ms", true, 50, rounds);
     info("flood_rss_idle", spread(idleRss).median, "MiB");
     info("flood_rss_peak", spread(peakRss).median, "MiB");
-    info("flood_heartbeats_answered", spread(answered).median, "");
+    info("flood_heartbeats_answered", spread(answered).median, "beats");
     info("flood_heartbeat_rtt_median", spread(beatMedian).median, "ms");
     info("flood_heartbeat_rtt_max", spread(beatMax).median, "ms");
     info("flood_seconds", spread(seconds).median, "s");
-    info("flood_poses_applied", spread(delivered).median, "");
+    info("flood_poses_applied", spread(delivered).median, "poses");
 
     // The machine's own share: a busy neighbour makes any timer late.
     const IngestBench::Stream quiet = bench.idle(2000);
