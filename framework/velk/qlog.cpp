@@ -171,18 +171,41 @@ QLog& QLog::appendItem(const QString& item)
     return *this;
 }
 
+// Each item is converted only for a line that is written: a debug line on a
+// hot path that nobody asked for makes no strings at all.
 QLog& QLog::operator<<(const QString& text) { return appendItem(text); }
-QLog& QLog::operator<<(const char* text) { return appendItem(QString::fromUtf8(text)); }
-QLog& QLog::operator<<(QChar c) { return appendItem(QString(c)); }
+QLog& QLog::operator<<(const char* text)
+{
+    return m_enabled ? appendItem(QString::fromUtf8(text)) : *this;
+}
+QLog& QLog::operator<<(QChar c)
+{
+    return m_enabled ? appendItem(QString(c)) : *this;
+}
 QLog& QLog::operator<<(bool value)
 {
-    return appendItem(value ? QStringLiteral("true") : QStringLiteral("false"));
+    return m_enabled ? appendItem(value ? QStringLiteral("true") : QStringLiteral("false")) : *this;
 }
-QLog& QLog::operator<<(int value) { return appendItem(QString::number(value)); }
-QLog& QLog::operator<<(unsigned int value) { return appendItem(QString::number(value)); }
-QLog& QLog::operator<<(qint64 value) { return appendItem(QString::number(value)); }
-QLog& QLog::operator<<(quint64 value) { return appendItem(QString::number(value)); }
-QLog& QLog::operator<<(double value) { return appendItem(QString::number(value, 'g', 15)); }
+QLog& QLog::operator<<(int value)
+{
+    return m_enabled ? appendItem(QString::number(value)) : *this;
+}
+QLog& QLog::operator<<(unsigned int value)
+{
+    return m_enabled ? appendItem(QString::number(value)) : *this;
+}
+QLog& QLog::operator<<(qint64 value)
+{
+    return m_enabled ? appendItem(QString::number(value)) : *this;
+}
+QLog& QLog::operator<<(quint64 value)
+{
+    return m_enabled ? appendItem(QString::number(value)) : *this;
+}
+QLog& QLog::operator<<(double value)
+{
+    return m_enabled ? appendItem(QString::number(value, 'g', 15)) : *this;
+}
 QLog& QLog::operator<<(const QJsonObject& json)
 {
     return m_enabled ? appendItem(jsonText(json)) : *this;
