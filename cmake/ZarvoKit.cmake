@@ -3,7 +3,7 @@
 # zarvo_add_module(). In the build tree the same headers are reachable
 # through forwarding headers, so in-tree and out-of-tree code include alike.
 
-set(ZARVO_MODULES_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/zarvo/modules)
+set(ZARVO_MODULES_INSTALL_DIR ${ZARVO_INSTALL_LIBDIR}/modules)
 set(ZARVO_KIT_DIR ${CMAKE_SOURCE_DIR}/cmake/kit)
 set(ZARVO_KIT_INCLUDE_DIR ${CMAKE_BINARY_DIR}/include)
 

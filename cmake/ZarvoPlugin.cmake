@@ -45,6 +45,6 @@ target_include_directories(zarvo PRIVATE ${CMAKE_SOURCE_DIR}
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(zarvo PUBLIC pomr velk Qt5::Core Qt5::Network Qt5::Gui Qt5::Widgets)
 install(TARGETS zarvo EXPORT ZarvoTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+    LIBRARY DESTINATION ${ZARVO_INSTALL_LIBDIR} COMPONENT runtime)
 
 include(ZarvoKit)

@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 
 namespace hmi {
 
@@ -87,11 +88,23 @@ QString HostOptions::resolvedPluginFile(const QString& applicationDir) const
 
 QString HostOptions::defaultPluginFile(const QString& applicationDir)
 {
+    // Installed, the HMI's libraries are private to it (lib/zarvo); in a
+    // build tree they sit in lib next to bin.
+    const QString installed = QDir::cleanPath(
+        applicationDir + QStringLiteral("/../" ZARVO_INSTALL_LIBDIR "/libzarvo.so"));
+    if (QFileInfo::exists(installed)) {
+        return installed;
+    }
     return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/libzarvo.so"));
 }
 
 QString HostOptions::modulesDir(const QString& applicationDir)
 {
+    const QString installed =
+        QDir::cleanPath(applicationDir + QStringLiteral("/../" ZARVO_INSTALL_LIBDIR "/modules"));
+    if (QFileInfo::exists(installed)) {
+        return installed;
+    }
     return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/zarvo/modules"));
 }
 
@@ -112,7 +125,8 @@ QString HostOptions::helpText()
         "                  one a line, and print their output to standard output\n"
         "                  and their errors to standard error.\n"
         "  --plugin FILE   The plug-in to load. Default: $ZARVO_PLUGIN when set,\n"
-        "                  else <directory of zarvo-hmi>/../lib/libzarvo.so.\n"
+        "                  else libzarvo.so in <directory of zarvo-hmi>/../lib/zarvo\n"
+        "                  (installed) or ../lib (build tree).\n"
         "  --module FILE   A further module plug-in, loaded after the core module and\n"
         "                  those of <directory of zarvo-hmi>/../lib/zarvo/modules\n"
         "                  (repeatable; loaded in the order given). One that fails\n"
