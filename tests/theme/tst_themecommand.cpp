@@ -3,6 +3,7 @@
 #include "theme/thememanager.h"
 
 #include <velk/commandmanager.h>
+#include <velk/translationmanager.h>
 #include <velk/velk.h>
 
 #include <QtTest>
@@ -19,6 +20,8 @@ private Q_SLOTS:
     {
         QVERIFY(QDir::setCurrent(m_root.path()));
         helper().registRootQrcAlias("zarvo");
+        // The texts compared below are the untranslated ones.
+        velk::translator().clear();
     }
 
     void init()
