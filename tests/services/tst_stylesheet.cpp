@@ -52,7 +52,6 @@ private Q_SLOTS:
         QTest::newRow("steps add up") << QList<double>{1.06, 1.12} << 10 << 6;
         QTest::newRow("back: margins rounded twice, spacing truncated once")
             << QList<double>{1.25, 1.0} << 9 << 5;
-        QTest::newRow("nested layouts too") << QList<double>{2.0} << 18 << 12;
     }
     void layoutZoom()
     {

@@ -44,10 +44,6 @@ private Q_SLOTS:
             << QStringList{"theme.style 22px", "theme.zoom 1.5", "theme.style 22px"}
             << QStringList{"22px", "size zoom 1.5, font zoom 1", "33px"} << QStringList()
             << "zvtheme_default" << 1.5;
-        QTest::newRow("both factors")
-            << QStringList{"theme.zoom 2 0.5", "theme.style $font$h1"}
-            << QStringList{"size zoom 2, font zoom 0.5", "9pt \"Microsoft YaHei UI\""}
-            << QStringList() << "zvtheme_default" << 2.0;
         QTest::newRow("bad factors change nothing")
             << QStringList{"theme.zoom 0",    "theme.zoom 10.5",  "theme.zoom abc",
                            "theme.zoom 2 -1", "theme.zoom 1 2 3", "theme.zoom"}
@@ -74,10 +70,6 @@ private Q_SLOTS:
                                << QStringList{"no render description body/nope",
                                               "usage: theme.sheet <group> <name>"}
                                << "zvtheme_default" << 1.0;
-        QTest::newRow("style without a value")
-            << QStringList{"theme.style $color$nope", "theme.style"} << QStringList()
-            << QStringList{"no valid style for: $color$nope", "usage: theme.style <value>"}
-            << "zvtheme_default" << 1.0;
         QTest::newRow("index objects are the same knob")
             << QStringList{"mobj.set zvtheme.size_zoom 1.5", "theme.style 1px solid #e3e6e8"}
             << QStringList{"zvtheme.size_zoom = 1.5", "2px solid #e3e6e8"} << QStringList()
@@ -105,14 +97,6 @@ private Q_SLOTS:
         QCOMPARE(err, errors);
         QCOMPARE(theme()->curThemeName(), current);
         QCOMPARE(theme()->sizeZoom(), sizeZoom);
-    }
-
-    void reload()
-    {
-        QSignalSpy changed(theme(), &ThemeManager::themeChanged);
-        QVERIFY(velk::command().execute("theme.reload"));
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(theme()->getColor("topic"), QColor("#e11c52"));
     }
 };
 
