@@ -100,6 +100,11 @@ QString HostOptions::defaultPluginFile(const QString& applicationDir)
 
 QString HostOptions::modulesDir(const QString& applicationDir)
 {
+    // Set (even empty) it replaces the folder: tests and trials run without
+    // whatever modules a build tree or an installation holds.
+    if (qEnvironmentVariableIsSet("ZARVO_MODULES_DIR")) {
+        return qEnvironmentVariable("ZARVO_MODULES_DIR");
+    }
     const QString installed =
         QDir::cleanPath(applicationDir + QStringLiteral("/../" ZARVO_INSTALL_LIBDIR "/modules"));
     if (QFileInfo::exists(installed)) {
@@ -146,6 +151,8 @@ QString HostOptions::helpText()
         "\n"
         "Environment:\n"
         "  ZARVO_PLUGIN      plug-in file when --plugin is not given\n"
+        "  ZARVO_MODULES_DIR folder of further modules instead of lib/zarvo/modules\n"
+        "                    (set but empty: none)\n"
         "  QT_QPA_PLATFORM   Qt platform; --headless uses \"offscreen\" unless set\n"
         "\n"
         "Exit codes:\n"

@@ -37,7 +37,8 @@ public:
     // <applicationDir>/../lib/zarvo (installed) or <applicationDir>/../lib.
     QString resolvedPluginFile(const QString& applicationDir) const;
     static QString defaultPluginFile(const QString& applicationDir);
-    // Where further module plug-ins are found: <library dir>/zarvo/modules.
+    // Where further module plug-ins are found: $ZARVO_MODULES_DIR when set
+    // (empty: none), else <library dir>/zarvo/modules.
     static QString modulesDir(const QString& applicationDir);
 
     static QString helpText();

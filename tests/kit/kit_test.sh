@@ -6,6 +6,8 @@
 # installed into its modules folder, the unpacked simulator is started on free
 # ports, and zarvo-hmi --headless must load the pages and follow the simulator.
 set -euo pipefail
+# The modules of the prefix under test are the point here.
+unset ZARVO_MODULES_DIR
 
 mode=$1
 src=$(cd "$2" && pwd)
