@@ -1,0 +1,39 @@
+#pragma once
+
+// Helpers shared by the two navigation trees.
+
+#include <QString>
+
+namespace zarvo {
+namespace nav {
+
+// Names of bookkeeping children ("_wgt", "_area", "[timestamp]") that never stand for a page.
+inline bool isPrivateName(const QString& name)
+{
+    return name.startsWith(QLatin1Char('_')) || name.startsWith(QLatin1Char('['));
+}
+
+// Keys and root names come from the console and from scripts: a log line shows at most a
+// short, single-line piece of them.
+inline QString loggable(const QString& text)
+{
+    constexpr int maxShown = 80;
+    QString shown;
+    const int n = qMin(text.size(), maxShown);
+    shown.reserve(n + 8);
+    for (int i = 0; i < n; ++i) {
+        const QChar c = text.at(i);
+        if (c.unicode() < 0x20 || c.unicode() == 0x7f || c.category() == QChar::Other_Format) {
+            shown += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        } else {
+            shown += c;
+        }
+    }
+    if (text.size() > maxShown) {
+        shown += QStringLiteral("...");
+    }
+    return shown;
+}
+
+} // namespace nav
+} // namespace zarvo
