@@ -22,7 +22,6 @@ namespace zarvo {
 namespace {
 
 const QString kResource = QStringLiteral("navtree");
-const QString kCurRoot = QStringLiteral("cur_root");
 
 } // namespace
 
@@ -40,7 +39,7 @@ NavTree::NavTree(QObject* parent)
     m_layout->setSpacing(0);
     m_layout->addStretch();
 
-    connect(mobj()->cmobj(kCurRoot), &velk::ModuleObject::changed, this,
+    connect(mobj()->cmobj(nav::kCurRoot), &velk::ModuleObject::changed, this,
             [this](const QVariant& value) { switchRoot(value.toString()); });
     // Pages are switched from anywhere (the side tree, a script); the check follows the page
     // actually shown.
@@ -78,7 +77,7 @@ void NavTree::addCategory(pomr::BModule* category)
             rebuild();
         }
     });
-    velk::ModuleObject* cur = mobj()->cmobj(kCurRoot);
+    velk::ModuleObject* cur = mobj()->cmobj(nav::kCurRoot);
     if (cur->getString().isEmpty()) {
         cur->set(this, categoryName);
     } else if (categoryName == m_current) {

@@ -1,11 +1,27 @@
 #pragma once
 
-// Helpers shared by the two navigation trees.
+// Names and helpers shared by the side tree's parts and the setting categories' page list.
+
+#include <velk/modulemanager.h>
 
 #include <QString>
 
 namespace zarvo {
 namespace nav {
+
+// Bookkeeping children of a root or parent object, and the object names of the tree's widgets.
+inline const QString kWgt = QStringLiteral("_wgt");
+inline const QString kArea = QStringLiteral("_area");
+inline const QString kCurRoot = QStringLiteral("cur_root");
+inline const QString kParentName = QStringLiteral("btnParent");
+inline const QString kChildName = QStringLiteral("btnChild");
+inline const QString kChildContainer = QStringLiteral("wgtChild");
+
+// The first section of a page key names its root.
+inline QString rootOfKey(const QString& key)
+{
+    return key.section(velk::ModuleManager::separator(), 0, 0);
+}
 
 // Names of bookkeeping children ("_wgt", "_area", "[timestamp]") that never stand for a page.
 inline bool isPrivateName(const QString& name)
