@@ -374,8 +374,9 @@ void SideTree::fold()
 void SideTree::applyWidth()
 {
     if (isFolded()) {
-        QPushButton* back = m_ui->btnBack;
-        m_wgt->setFixedWidth(back->isVisible() ? back->width() : back->sizeHint().width());
+        // The button keeps its own width (fixed policy), so the column is exactly as wide as
+        // it, laid out or not.
+        m_wgt->setFixedWidth(m_ui->btnBack->sizeHint().width());
     } else {
         m_wgt->setFixedWidth(theme()->getSize(200));
     }

@@ -344,6 +344,8 @@ private Q_SLOTS:
         QCOMPARE(m_tree->wgt()->maximumWidth(),
                  folded ? backButton->width() : theme()->getSize(200));
         QCOMPARE(m_tree->wgt()->minimumWidth(), m_tree->wgt()->maximumWidth());
+        // Folded, only the button column is left.
+        QVERIFY(!folded || backButton->width() < theme()->getSize(200) / 2);
         QCOMPARE(qobject_cast<QLabel*>(form("lblRoot"))->text(), tree("root." + root)->getString());
         QCOMPARE(center()->currentKey(), folded ? root : QString("robot.joint"));
     }
