@@ -1,6 +1,4 @@
-// The core module with a second module beside it that installs a page tree, as a module of the
-// HMI would. The host loads one plug-in, so this one brings the core module along: it takes
-// the core's factory from the real plug-in file, which is loaded once for both.
+// A module of the HMI beside the core module: it installs a page tree into the side tree.
 
 #include "module/managerhelper.h"
 #include "widgets/basepage.h"
@@ -13,7 +11,6 @@
 #include <velk/velk.h>
 
 #include <QLabel>
-#include <QLibrary>
 #include <QPointer>
 
 namespace {
@@ -68,25 +65,9 @@ public:
     }
 };
 
-class Bundle : public pomr::BModule
-{
-public:
-    using pomr::BModule::BModule;
-    QString name() const override { return QStringLiteral("fake_bundle"); }
-};
-
 } // namespace
 
 extern "C" Q_DECL_EXPORT pomr::BModule* newModule(QObject* parent)
 {
-    using Factory = pomr::BModule* (*)(QObject*);
-    QLibrary core(QStringLiteral(ZARVO_REAL_PLUGIN));
-    auto factory = reinterpret_cast<Factory>(core.resolve("newModule"));
-    if (!factory) {
-        return nullptr;
-    }
-    auto* bundle = new Bundle(parent);
-    bundle->addSubmodule(factory(bundle));
-    bundle->addSubmodule(new TreeModule(bundle));
-    return bundle;
+    return new TreeModule(parent);
 }
