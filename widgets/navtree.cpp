@@ -1,8 +1,11 @@
 #include "widgets/navtree.h"
 #include "widgets/sidetree_p.h"
 
+#include "module/managerhelper.h"
 #include "services/modulelog.h"
 #include "services/paths.h"
+#include "services/stylesheet.h"
+#include "theme/thememanager.h"
 
 #include <pomr/centerwidget.h>
 #include <pomr/shell.h>
@@ -61,6 +64,12 @@ QString NavTree::name() const
 QWidget* NavTree::wgt()
 {
     return m_wgt;
+}
+
+void NavTree::render()
+{
+    setRecursiveWidgetStyleSheet(
+        m_wgt, theme()->genStyleSheet(getRenderPath(QStringLiteral("body"), name())));
 }
 
 void NavTree::addCategory(pomr::BModule* category)

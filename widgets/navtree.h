@@ -25,6 +25,7 @@ public:
 
     QString name() const override;
     QWidget* wgt() override;
+    void render() override;
 
     // Make a category reachable through "cur_root"; the first one added is shown.
     void addCategory(pomr::BModule* category);

@@ -1,6 +1,7 @@
 #include "testfiles.h"
 
 #include "module/managerhelper.h"
+#include "theme/thememanager.h"
 #include "widgets/navtree.h"
 
 #include <pomr/centerwidget.h>
@@ -62,6 +63,7 @@ private Q_SLOTS:
     {
         QVERIFY(QDir::setCurrent(m_dir.path()));
         helper().registRootQrcAlias(QStringLiteral("zarvo"));
+        theme()->init();
     }
 
     void init()
@@ -115,6 +117,14 @@ private Q_SLOTS:
         }
         QCOMPARE(buttonTexts(), texts);
         QCOMPARE(logCount("navigate to unknown category:"), warnings + (root.isEmpty() ? 0 : 1));
+    }
+
+    void renderUsesTheBodyStyle()
+    {
+        m_nav->render();
+        const QString font = theme()->buildStyleFromStr("$font$default");
+        QVERIFY(!font.isEmpty());
+        QVERIFY(m_nav->wgt()->styleSheet().contains(font));
     }
 
     void checkFollowsShownPage_data()

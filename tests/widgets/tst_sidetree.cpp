@@ -350,6 +350,14 @@ private Q_SLOTS:
         QCOMPARE(center()->currentKey(), folded ? root : QString("robot.joint"));
     }
 
+    void renderUsesTheBodyStyle()
+    {
+        m_tree->render();
+        const QString font = theme()->buildStyleFromStr("$font$default");
+        QVERIFY(!font.isEmpty());
+        QVERIFY(m_tree->wgt()->styleSheet().contains(font));
+    }
+
     void foldSwapsColours()
     {
         const QString side = theme()->buildStyleFromStr("$color$sidetree_bkg");
