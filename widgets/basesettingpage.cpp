@@ -68,6 +68,11 @@ BaseSettingPage::BaseSettingPage(const QString& name, const QString& label, QWid
 
 BaseSettingPage::~BaseSettingPage()
 {
+    // Deleting a shown page widget hides it: that must not reach a page that
+    // is half gone.
+    if (d->page) {
+        d->page->removeEventFilter(this);
+    }
     delete d;
 }
 
