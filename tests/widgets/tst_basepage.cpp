@@ -26,11 +26,6 @@ public:
     QWidget* widget = nullptr;
 };
 
-struct Flags
-{
-    bool level, mode, state, power;
-};
-
 void setRuntime(int level, const QString& mode, const QString& state, const QString& power)
 {
     velk::m().ensure(QStringLiteral("zarvo.r.level"))->set(nullptr, level);
@@ -40,8 +35,6 @@ void setRuntime(int level, const QString& mode, const QString& state, const QStr
 }
 
 } // namespace
-
-Q_DECLARE_METATYPE(Flags)
 
 class tst_BasePage : public QObject
 {
@@ -54,74 +47,31 @@ private Q_SLOTS:
 
     void rule_data()
     {
-        QTest::addColumn<Flags>("flags");
+        QTest::addColumn<QString>("flags"); // of level, mode, state, power: "lmsp"
         QTest::addColumn<int>("level");
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<QString>("state");
-        QTest::addColumn<QString>("power");
+        QTest::addColumn<QString>("runtime"); // mode, state, power
         QTest::addColumn<bool>("enabled");
 
-        const Flags all{true, true, true, true};
-        const Flags level{true, false, false, false};
-        const Flags mode{false, true, false, false};
-        const Flags state{false, false, true, false};
-        const Flags power{false, false, false, true};
-        const Flags none{false, false, false, false};
-        QTest::newRow("level 0 unlocks everything") << all << 0 << "auto"
-                                                    << "running"
-                                                    << "on" << true;
-        QTest::newRow("operator level 1") << level << 1 << "manual"
-                                          << "idle"
-                                          << "off" << false;
-        QTest::newRow("level 2") << level << 2 << "auto"
-                                 << "running"
-                                 << "on" << true;
-        QTest::newRow("no upper bound") << level << 9 << "manual"
-                                        << "idle"
-                                        << "off" << true;
-        QTest::newRow("negative level") << level << -1 << "manual"
-                                        << "idle"
-                                        << "off" << false;
-        QTest::newRow("auto mode") << mode << 3 << "auto"
-                                   << "idle"
-                                   << "off" << false;
-        QTest::newRow("mode is case-sensitive") << mode << 3 << "Manual"
-                                                << "idle"
-                                                << "off" << false;
-        QTest::newRow("manual mode") << mode << 3 << "manual"
-                                     << "running"
-                                     << "on" << true;
-        QTest::newRow("running") << state << 3 << "manual"
-                                 << "running"
-                                 << "off" << false;
-        QTest::newRow("idle") << state << 3 << "auto"
-                              << "idle"
-                              << "on" << true;
-        QTest::newRow("motor on") << power << 3 << "manual"
-                                  << "idle"
-                                  << "on" << false;
-        QTest::newRow("motor off") << power << 3 << "auto"
-                                   << "running"
-                                   << "off" << true;
-        QTest::newRow("mode fails although power is off")
-            << Flags{false, true, false, true} << 3 << "auto"
-            << "idle"
-            << "off" << false;
-        QTest::newRow("nothing chosen") << none << 1 << "auto"
-                                        << "running"
-                                        << "on" << true;
-        QTest::newRow("all hold") << all << 2 << "manual"
-                                  << "idle"
-                                  << "off" << true;
+        QTest::newRow("level 0 unlocks all") << "lmsp" << 0 << "auto running on" << true;
+        QTest::newRow("operator level 1") << "l" << 1 << "manual idle off" << false;
+        QTest::newRow("level 2") << "l" << 2 << "auto running on" << true;
+        QTest::newRow("no upper bound") << "l" << 9 << "manual idle off" << true;
+        QTest::newRow("negative level") << "l" << -1 << "manual idle off" << false;
+        QTest::newRow("auto mode") << "m" << 3 << "auto idle off" << false;
+        QTest::newRow("mode is case-sensitive") << "m" << 3 << "Manual idle off" << false;
+        QTest::newRow("running") << "s" << 3 << "manual running off" << false;
+        QTest::newRow("idle") << "s" << 3 << "auto idle on" << true;
+        QTest::newRow("motor on") << "p" << 3 << "manual idle on" << false;
+        QTest::newRow("motor off") << "p" << 3 << "auto running off" << true;
+        QTest::newRow("mode fails, power holds") << "mp" << 3 << "auto idle off" << false;
+        QTest::newRow("nothing chosen") << "" << 1 << "auto running on" << true;
     }
 
     void rule()
     {
-        QFETCH(Flags, flags);
+        QFETCH(QString, flags);
         QFETCH(int, level);
-        QFETCH(QString, mode);
-        QFETCH(QString, state);
-        QFETCH(QString, power);
+        QFETCH(QString, runtime);
         QFETCH(bool, enabled);
 
         Page page;
@@ -129,8 +79,10 @@ private Q_SLOTS:
         QWidget child(&widget);
         page.widget = &widget;
         widget.setEnabled(!enabled);
-        page.autoUpdate(flags.level, flags.mode, flags.state, flags.power);
-        setRuntime(level, mode, state, power);
+        page.autoUpdate(flags.contains('l'), flags.contains('m'), flags.contains('s'),
+                        flags.contains('p'));
+        const QStringList words = runtime.split(' ');
+        setRuntime(level, words.at(0), words.at(1), words.at(2));
         page.evaluate();
         QCOMPARE(widget.isEnabled(), enabled);
         QCOMPARE(child.isEnabled(), enabled);
@@ -160,18 +112,6 @@ private Q_SLOTS:
         // Re-evaluated with the state test skipped although the robot runs.
         velk::m("zarvo.r.power")->set(nullptr, QString("off"));
         QVERIFY(widget.isEnabled());
-    }
-
-    void pageWithoutWidget()
-    {
-        setRuntime(1, "auto", "running", "on");
-        Page page;
-        page.autoUpdate(true, true, true, true);
-        // Before the page has a widget, a change must be harmless.
-        velk::m("zarvo.r.power")->set(nullptr, QString("estop"));
-        page.evaluate();
-        QCOMPARE(page.name(), QString("motion"));
-        QCOMPARE(page.label(), QString("Motion"));
     }
 };
 

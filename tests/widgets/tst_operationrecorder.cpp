@@ -68,33 +68,26 @@ private Q_SLOTS:
 
     void records_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QStringList>("prefixes");
+        QTest::addColumn<QString>("input");   // button kind and action
+        QTest::addColumn<QString>("records"); // first letters, in order
         QTest::addColumn<int>("clicks");
 
-        QTest::newRow("press") << "push"
-                               << "click" << QStringList{"p"} << 1;
-        QTest::newRow("double click") << "push"
-                                      << "double" << QStringList{"p", "d"} << 2;
-        QTest::newRow("push button subclass") << "subclass"
-                                              << "click" << QStringList{"p"} << 1;
-        QTest::newRow("tool button") << "tool"
-                                     << "click" << QStringList{} << 1;
-        QTest::newRow("check box") << "check"
-                                   << "click" << QStringList{} << 1;
-        QTest::newRow("release alone") << "push"
-                                       << "release" << QStringList{} << 0;
-        QTest::newRow("key press") << "push"
-                                   << "key" << QStringList{} << 1;
+        QTest::newRow("press") << "push click" << QString("p") << 1;
+        QTest::newRow("double click") << "push double" << QString("pd") << 2;
+        QTest::newRow("subclass") << "subclass click" << QString("p") << 1;
+        QTest::newRow("tool button") << "tool click" << QString() << 1;
+        QTest::newRow("check box") << "check click" << QString() << 1;
+        QTest::newRow("release alone") << "push release" << QString() << 0;
+        QTest::newRow("key press") << "push key" << QString() << 1;
     }
 
     void records()
     {
-        QFETCH(QString, kind);
-        QFETCH(QString, action);
-        QFETCH(QStringList, prefixes);
+        QFETCH(QString, input);
+        QFETCH(QString, records);
         QFETCH(int, clicks);
+        const QString kind = input.section(' ', 0, 0);
+        const QString action = input.section(' ', 1);
 
         QWidget window;
         window.setObjectName("window");
@@ -135,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(clicked.size(), clicks);
 
         QStringList expected;
-        for (const QString& prefix : prefixes) {
+        for (const QChar prefix : records) {
             // One line per record, whatever the button's text holds.
             expected.append(prefix + at(button, point) +
                             " \"Start \\\"job\\\"\\nnow\": btnStart.window");

@@ -239,21 +239,6 @@ private Q_SLOTS:
         QTest::mouseClick(part(slider, "btnRight"), Qt::LeftButton);
         QCOMPARE(velk::resource().get(&m_owner, "robot", "speed"), QJsonValue(55));
     }
-
-    void ownerGoneStopsFollowing()
-    {
-        auto* owner = new QObject;
-        velk::resource().set(owner, "robot", "speed", 30, false);
-        TouchableSlider slider;
-        slider.bind(owner, "robot", "speed");
-        showSlider(slider);
-        QCOMPARE(slider.value(), 30);
-        slider.hide();
-        delete owner;
-        slider.show();
-        slider.resize(500, 38);
-        QCOMPARE(slider.value(), 30);
-    }
 };
 
 QTEST_MAIN(tst_TouchableSlider)
