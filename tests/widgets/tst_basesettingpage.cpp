@@ -6,6 +6,7 @@
 
 #include "services/binding.h"
 #include "simrobot.h"
+#include "theme/thememanager.h"
 #include "widgets/basesettingpage.h"
 #include "widgets/touchableslider.h"
 
@@ -98,9 +99,11 @@ public:
         stray->setObjectName("stray");
     }
 
+    using zarvo::BaseSettingPage::addRenderExceptionWgt;
     using zarvo::BaseSettingPage::autoBind;
     using zarvo::BaseSettingPage::autoUpdate;
     using zarvo::BaseSettingPage::enableAutoSave;
+    using zarvo::BaseSettingPage::titleLbl;
     using zarvo::BaseSettingPage::updateAvailability;
 
     template <typename T>
@@ -413,6 +416,25 @@ private Q_SLOTS:
         QCOMPARE(activations.size(), 1);
         QCOMPARE(activations.first().at(2).value<QObject*>(), &page);
         QCOMPARE(page.rcSaves, 1);
+    }
+
+    void renderStylesThroughTheTheme()
+    {
+        TestPage page("styled");
+        auto* group = page.find<QWidget>("group");
+        const QString own = QStringLiteral("QGroupBox { color: red; }");
+        group->setStyleSheet(own);
+        page.addRenderExceptionWgt(group);
+        page.render();
+        QVERIFY(show(page));
+
+        const QFont h1 = theme()->getFont("h1");
+        const QFont body = theme()->getFont("default");
+        QVERIFY(h1.pointSize() > body.pointSize());
+        QCOMPARE(page.titleLbl()->font().pointSize(), h1.pointSize());
+        QCOMPARE(page.titleLbl()->font().family(), h1.family());
+        QCOMPARE(page.alias->font().pointSize(), body.pointSize());
+        QCOMPARE(group->styleSheet(), own);
     }
 
     void lockedPageStaysScrollable()
