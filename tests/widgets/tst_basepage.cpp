@@ -45,6 +45,19 @@ class tst_BasePage : public QObject
 private Q_SLOTS:
     void initTestCase() { QVERIFY(QDir::setCurrent(m_dir.path())); }
 
+    // First, while "zarvo.r" does not exist yet: pages are built before the
+    // runtime model fills it.
+    void watchesRuntimeCreatedLater()
+    {
+        QVERIFY(velk::m("zarvo.r.power")->isEmptyMobj());
+        Page page;
+        QWidget widget;
+        page.widget = &widget;
+        page.autoUpdate(false, false, false, true);
+        setRuntime(3, "manual", "idle", "on");
+        QVERIFY(!widget.isEnabled());
+    }
+
     void rule_data()
     {
         QTest::addColumn<QString>("flags"); // of level, mode, state, power: "lmsp"
