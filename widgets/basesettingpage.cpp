@@ -23,11 +23,11 @@ namespace {
 
 const QString kTimestamp = QStringLiteral("[timestamp]");
 
-// Texts are translated with the context spelled out: the translation tools
-// cannot always tell that this file's class lives in a namespace, and the
-// texts must be found under the class's own name at run time.
-
 } // namespace
+
+// Texts here are translated with the class's context spelled out: the
+// translation tools cannot always tell that this class lives in a namespace,
+// and at run time the texts are looked up under the class's full name.
 
 BaseSettingPagePrivate::BaseSettingPagePrivate(BaseSettingPage* owner, QWidget* parentWidget)
 {
