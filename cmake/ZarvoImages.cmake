@@ -4,7 +4,7 @@
 # ZARVO_IMAGE_QRC the resource file that compiles them in under
 # ":/zarvo/images/<group>/".
 
-add_executable(zarvo-svg2png ${CMAKE_SOURCE_DIR}/tools/svg2png.cpp)
+add_executable(zarvo-svg2png ${CMAKE_SOURCE_DIR}/resources/svg2png.cpp)
 target_link_libraries(zarvo-svg2png PRIVATE Qt5::Gui Qt5::Svg)
 
 set(ZARVO_IMAGE_SOURCE_DIR ${CMAKE_SOURCE_DIR}/resources/zarvo/images)
