@@ -7,9 +7,12 @@
 #include "services/modulelog.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
+#include "widgets/operationrecorder.h"
 
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
+
+#include <QCoreApplication>
 
 Zarvo::Zarvo(QObject* parent)
     : pomr::BModule(parent)
@@ -40,6 +43,15 @@ void Zarvo::setup()
 }
 
 void Zarvo::init() {}
+
+void Zarvo::afterInit()
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || findChild<OperationRecorder*>(QString(), Qt::FindDirectChildrenOnly)) {
+        return; // one recorder, or every press would be logged twice
+    }
+    app->installEventFilter(new OperationRecorder(this));
+}
 
 void Zarvo::render() {}
 
