@@ -18,6 +18,7 @@
 
 #include <QDateTime>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonObject>
 
 ManagerHelper& ManagerHelper::instance()
@@ -192,6 +193,34 @@ bool ManagerHelper::rsyncPull(QObject* requester, const QString& localPath,
 QProcess* ManagerHelper::rsyncProcess() const
 {
     return m_rsync->process();
+}
+
+void ManagerHelper::installBaseSettingCategoryModule(pomr::BModule* category)
+{
+    if (!category) {
+        return;
+    }
+    pomr::CenterWidget* center = pomr::instantiatedCenterWidget(category);
+    const QString categoryName = category->name();
+    QJsonArray pages;
+    const QList<pomr::BModule*> submodules = category->submodules();
+    for (pomr::BModule* submodule : submodules) {
+        // A module of another kind has no label and no page: listing it would
+        // put an entry into the navigation that leads nowhere.
+        auto* page = qobject_cast<zarvo::BasePage*>(submodule);
+        QWidget* widget = page ? page->wgt() : nullptr;
+        if (!widget) {
+            zarvo::warnLog() << category << "not a setting page:" << submodule;
+            continue;
+        }
+        if (center) {
+            center->addPage(category, QStringLiteral("%1.%2").arg(categoryName, page->name()),
+                            widget);
+        }
+        pages.append(QJsonObject{{QStringLiteral("name"), page->name()},
+                                 {QStringLiteral("label"), page->label()}});
+    }
+    velk::resource().set(category, QStringLiteral("navtree"), categoryName, pages, true);
 }
 
 ManagerHelper& helper()

@@ -7,6 +7,7 @@
 #include "services/modulelog.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
+#include "widgets/operationrecorder.h"
 #include "widgets/sidetree.h"
 
 #include <velk/modulemanager.h>
@@ -48,6 +49,15 @@ void Zarvo::setup()
 }
 
 void Zarvo::init() {}
+
+void Zarvo::afterInit()
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || findChild<OperationRecorder*>(QString(), Qt::FindDirectChildrenOnly)) {
+        return; // one recorder, or every press would be logged twice
+    }
+    app->installEventFilter(new OperationRecorder(this));
+}
 
 void Zarvo::render() {}
 
