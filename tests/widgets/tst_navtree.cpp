@@ -2,6 +2,7 @@
 
 #include "module/managerhelper.h"
 #include "theme/thememanager.h"
+#include "widgets/basesettingpage.h"
 #include "widgets/navtree.h"
 
 #include <pomr/centerwidget.h>
@@ -102,13 +103,17 @@ private Q_SLOTS:
         QFETCH(bool, publishFirst);
         QFETCH(QString, root);
         QFETCH(QStringList, texts);
-        const QStringList pages{"safety", "motion", "io"};
+        // Real setting pages, listed by the category installer.
+        for (const QString& page : {"safety", "motion", "io"}) {
+            m_category->addSubmodule(
+                new zarvo::BaseSettingPage(page, page.toUpper(), nullptr, m_category));
+        }
         if (publishFirst) {
-            publish(m_category, pages);
+            ManagerHelper::installBaseSettingCategoryModule(m_category);
         }
         m_nav->addCategory(m_category);
         if (!publishFirst) {
-            publish(m_category, pages);
+            ManagerHelper::installBaseSettingCategoryModule(m_category);
         }
         QCOMPARE(velk::m("zarvo.navtree.cur_root")->getString(), QString("robot_setting"));
         const int warnings = logCount("navigate to unknown category:");
