@@ -11,6 +11,7 @@
 #include <pomr/bmodule.h>
 #include <pomr/centerwidget.h>
 #include <pomr/shell.h>
+#include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
@@ -240,4 +241,44 @@ SettingManager* setting()
 ThemeManager* theme()
 {
     return ManagerHelper::instance().getThemeManager();
+}
+
+void ManagerHelper::installSideTree(pomr::BModule* module, const QString& prefix)
+{
+    const QString roots = QStringLiteral("zarvo.sidetree.root");
+    velk::ModuleObject* root = velk::m(prefix.isEmpty() ? roots : velk::mName(roots, prefix));
+    auto* page = qobject_cast<zarvo::BasePage*>(module);
+    if (root->isEmptyMobj() || !page) {
+        return;
+    }
+    const QString separator = velk::ModuleManager::separator();
+    const QString name = page->name();
+    const QString key = prefix.isEmpty() ? name : velk::mName(prefix, name);
+    // Submodule lists can form a cycle; no real page tree comes near this depth.
+    constexpr int maxDepth = 32;
+    if (name.isEmpty() || name.contains(separator) || name.startsWith(QLatin1Char('_')) ||
+        name.startsWith(QLatin1Char('[')) || key.count(separator) >= maxDepth) {
+        zarvo::warnLog() << "page not usable in the side tree:" << key.left(120);
+        return;
+    }
+    if (QWidget* widget = page->wgt()) {
+        if (pomr::CenterWidget* center = pomr::instantiatedCenterWidget(page)) {
+            center->addPage(page, key, widget);
+        }
+    }
+    velk::ModuleObject* item = root->cmobj(name);
+    if (item->isEmptyMobj()) {
+        // Indexed at once but announced only by the insert, after its label and watch are
+        // in place, so that the tree builds the button whole.
+        item = new velk::ModuleObject(name, root);
+        item->set(page, page->label());
+        item->watch(true, false);
+        root->insert(page, item, true);
+    } else if (item->getString() != page->label()) {
+        item->set(page, page->label());
+    }
+    const QList<pomr::BModule*> submodules = page->submodules();
+    for (pomr::BModule* submodule : submodules) {
+        installSideTree(submodule, key);
+    }
 }

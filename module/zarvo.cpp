@@ -8,11 +8,12 @@
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
 #include "widgets/operationrecorder.h"
+#include "widgets/sidetree.h"
 
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
 
-#include <QCoreApplication>
+#include <QApplication>
 
 Zarvo::Zarvo(QObject* parent)
     : pomr::BModule(parent)
@@ -40,6 +41,11 @@ void Zarvo::setup()
     addSubmodule(theme());
     addSubmodule(new zarvo::Runtime(this));
     addSubmodule(new zarvo::Constant(this));
+    // The side tree is made of widgets; a process without a widget application (a tool that
+    // only drives the link) goes without it rather than aborting.
+    if (qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        addSubmodule(new zarvo::SideTree(this));
+    }
 }
 
 void Zarvo::init() {}
