@@ -140,13 +140,14 @@ private Q_SLOTS:
         auto* space = page.wgt()->findChild<QComboBox*>("cmbSpace");
         QVERIFY(enable && space);
 
+        // The page first shows the controller's values, stamped.
+        auto* stamp = page.wgt()->findChild<QLabel*>("lblDateTime");
+        const QRegularExpression stamped(R"(\d{4}/\d{2}/\d{2} \d{2}:\d{2}:\d{2})");
+        QTRY_VERIFY(stamp->text().contains(stamped));
+
         // An edit reaches the controller once the interval has passed.
         space->setCurrentIndex(1);
         QTRY_COMPARE(storedDrag().value("space").toInt(), 1);
-        QTRY_VERIFY(page.wgt()
-                        ->findChild<QLabel*>("lblDateTime")
-                        ->text()
-                        .contains(QRegularExpression(R"(\d{4}/\d{2}/\d{2} \d{2}:\d{2}:\d{2})")));
 
         // Drag teaching needs the motor on: with it off the controller refuses,
         // and the page shows the controller's value again.
