@@ -39,6 +39,7 @@ void BoundSettingPage::bindInputs()
 
 void BoundSettingPage::init()
 {
+    bindInputs();
     // Fresh values whenever the link comes up; none are invented meanwhile.
     connect(rc(), &ControllerManager::rcConnected, this, &BoundSettingPage::loadNow);
     if (rc()->isConnected()) {

@@ -21,11 +21,11 @@ public:
 
     void init() override;
 
-protected:
-    // Call once the content's inputs exist: binds the object and watches them.
+private:
+    // Binds the object to the controller's answers (the catalogue exists from
+    // the link's init on) and watches the content's inputs.
     void bindInputs();
 
-private:
     void loadFromRC() override;
 
     QString m_getter;

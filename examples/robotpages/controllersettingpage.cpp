@@ -50,7 +50,6 @@ ControllerSettingPage::ControllerSettingPage(QObject* parent)
     m_autoLoad = new QCheckBox(tr("Load the last project at start"), contentWgt());
     m_autoLoad->setObjectName(QStringLiteral("chbAutoLoad"));
     form->addRow(QString(), m_autoLoad);
-    bindInputs();
 }
 
 ControllerSettingPage::~ControllerSettingPage() = default;

@@ -31,7 +31,6 @@ DragSettingPage::DragSettingPage(QObject* parent)
     m_type->setObjectName(QStringLiteral("spnType"));
     m_type->setRange(0, 9);
     form->addRow(tr("Drag type"), m_type);
-    bindInputs();
 }
 
 DragSettingPage::~DragSettingPage() = default;

@@ -67,7 +67,7 @@ mkfifo "$work/sim.out"
 sim_pid=$!
 exec 3< "$work/sim.out"
 read -r -t 20 listening <&3 || fail "the simulator did not start"
-port=$(sed -n 's/.*tcp=\([0-9]*\).*/\1/p' <<< "$listening")
+port=$(sed -n 's/^listening tcp=\([0-9]*\) .*/\1/p' <<< "$listening")
 [ -n "$port" ] || fail "no port in: $listening"
 
 printf '%s\n' "rc.connect -ip=127.0.0.1 -port=$port" "wait 1500" \
