@@ -37,6 +37,17 @@ target_compile_definitions(zarvo_core PUBLIC ZARVO_LIBRARY)
 target_include_directories(zarvo_core PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(zarvo_core PUBLIC pomr velk Qt5::Core Qt5::Network Qt5::Gui Qt5::Widgets)
 
-add_library(zarvo SHARED ${CMAKE_SOURCE_DIR}/module/newmodule.cpp)
-target_link_libraries(zarvo PRIVATE zarvo_core)
-install(TARGETS zarvo LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# Module authors link Zarvo::zarvo: the plug-in's exported classes, with the
+# frameworks and Qt coming along.
+add_library(zarvo SHARED ${CMAKE_SOURCE_DIR}/module/newmodule.cpp $<TARGET_OBJECTS:zarvo_core>)
+add_library(Zarvo::zarvo ALIAS zarvo)
+add_dependencies(zarvo zarvo_core)
+target_compile_definitions(zarvo PRIVATE ZARVO_LIBRARY)
+target_include_directories(zarvo PRIVATE ${CMAKE_SOURCE_DIR}
+    PUBLIC $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_link_libraries(zarvo PUBLIC pomr velk Qt5::Core Qt5::Network Qt5::Gui Qt5::Widgets)
+install(TARGETS zarvo EXPORT ZarvoTargets
+    LIBRARY DESTINATION ${ZARVO_INSTALL_LIBDIR} COMPONENT runtime)
+
+include(ZarvoKit)

@@ -39,6 +39,7 @@ int exitCodeFor(PluginLoader::Status status)
         return ExitSymbolMissing;
     case PluginLoader::FactoryFailed:
         return ExitFactoryFailed;
+    case PluginLoader::KitMismatch:
     case PluginLoader::NotLoadable:
     case PluginLoader::NotLoaded:
         return ExitPluginNotLoadable;
@@ -118,7 +119,8 @@ int HostApplication::run()
         const QStringList files = ModuleLoader::moduleFiles(
             HostOptions::modulesDir(QCoreApplication::applicationDirPath()),
             m_options.moduleFiles(), loader.fileName());
-        const QList<pomr::BModule*> modules = extras.load(files, &host);
+        // A core module that names no kit version (a stand-in) checks nothing.
+        const QList<pomr::BModule*> modules = extras.load(files, &host, loader.kitVersion());
         for (pomr::BModule* extra : modules) {
             host.addSubmodule(extra);
             created.append(extra);

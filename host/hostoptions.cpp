@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 
 namespace hmi {
 
@@ -87,11 +88,28 @@ QString HostOptions::resolvedPluginFile(const QString& applicationDir) const
 
 QString HostOptions::defaultPluginFile(const QString& applicationDir)
 {
+    // Installed, the HMI's libraries are private to it (lib/zarvo); in a
+    // build tree they sit in lib next to bin.
+    const QString installed = QDir::cleanPath(
+        applicationDir + QStringLiteral("/../" ZARVO_INSTALL_LIBDIR "/libzarvo.so"));
+    if (QFileInfo::exists(installed)) {
+        return installed;
+    }
     return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/libzarvo.so"));
 }
 
 QString HostOptions::modulesDir(const QString& applicationDir)
 {
+    // Set (even empty) it replaces the folder: tests and trials run without
+    // whatever modules a build tree or an installation holds.
+    if (qEnvironmentVariableIsSet("ZARVO_MODULES_DIR")) {
+        return qEnvironmentVariable("ZARVO_MODULES_DIR");
+    }
+    const QString installed =
+        QDir::cleanPath(applicationDir + QStringLiteral("/../" ZARVO_INSTALL_LIBDIR "/modules"));
+    if (QFileInfo::exists(installed)) {
+        return installed;
+    }
     return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/zarvo/modules"));
 }
 
@@ -112,7 +130,8 @@ QString HostOptions::helpText()
         "                  one a line, and print their output to standard output\n"
         "                  and their errors to standard error.\n"
         "  --plugin FILE   The plug-in to load. Default: $ZARVO_PLUGIN when set,\n"
-        "                  else <directory of zarvo-hmi>/../lib/libzarvo.so.\n"
+        "                  else libzarvo.so in <directory of zarvo-hmi>/../lib/zarvo\n"
+        "                  (installed) or ../lib (build tree).\n"
         "  --module FILE   A further module plug-in, loaded after the core module and\n"
         "                  those of <directory of zarvo-hmi>/../lib/zarvo/modules\n"
         "                  (repeatable; loaded in the order given). One that fails\n"
@@ -132,6 +151,8 @@ QString HostOptions::helpText()
         "\n"
         "Environment:\n"
         "  ZARVO_PLUGIN      plug-in file when --plugin is not given\n"
+        "  ZARVO_MODULES_DIR folder of further modules instead of lib/zarvo/modules\n"
+        "                    (set but empty: none)\n"
         "  QT_QPA_PLATFORM   Qt platform; --headless uses \"offscreen\" unless set\n"
         "\n"
         "Exit codes:\n"

@@ -33,10 +33,12 @@ public:
     // One line describing the usage error.
     QString errorText() const { return m_error; }
 
-    // The plug-in to load: the given one, else <applicationDir>/../lib/libzarvo.so.
+    // The plug-in to load: the given one, else libzarvo.so in
+    // <applicationDir>/../lib/zarvo (installed) or <applicationDir>/../lib.
     QString resolvedPluginFile(const QString& applicationDir) const;
     static QString defaultPluginFile(const QString& applicationDir);
-    // Where further module plug-ins are found: <library dir>/zarvo/modules.
+    // Where further module plug-ins are found: $ZARVO_MODULES_DIR when set
+    // (empty: none), else <library dir>/zarvo/modules.
     static QString modulesDir(const QString& applicationDir);
 
     static QString helpText();

@@ -52,12 +52,15 @@ QStringList ModuleLoader::moduleFiles(const QString& dir, const QStringList& ext
     return files;
 }
 
-QList<pomr::BModule*> ModuleLoader::load(const QStringList& files, QObject* parent)
+QList<pomr::BModule*> ModuleLoader::load(const QStringList& files, QObject* parent,
+                                         const QString& kitVersion)
 {
     QList<pomr::BModule*> modules;
     for (const QString& file : files) {
         auto loader = std::make_unique<PluginLoader>(file);
-        pomr::BModule* module = loader->load() ? loader->createModule(parent) : nullptr;
+        const bool usable =
+            loader->load() && (kitVersion.isEmpty() || loader->checkKitVersion(kitVersion));
+        pomr::BModule* module = usable ? loader->createModule(parent) : nullptr;
         if (!module) {
             m_failures.append({file, loader->errorString()});
         } else {

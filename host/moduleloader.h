@@ -44,8 +44,10 @@ public:
                                    const QString& corePlugin);
 
     // Creates the module of each file with `parent` as its Qt parent. Returns
-    // the modules created, in order; failures() tells what was left out.
-    QList<pomr::BModule*> load(const QStringList& files, QObject* parent);
+    // the modules created, in order; failures() tells what was left out. With
+    // a `kitVersion`, a module built with another kit version is left out.
+    QList<pomr::BModule*> load(const QStringList& files, QObject* parent,
+                               const QString& kitVersion = QString());
 
     QVector<Failure> failures() const { return m_failures; }
 

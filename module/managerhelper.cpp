@@ -67,6 +67,10 @@ ControllerManager* ManagerHelper::getControllerManager() const
 bool ManagerHelper::registQrcAlias(const QString& alias)
 {
     if (m_aliases.contains(alias)) {
+        // The first module keeps the alias and its files; a second one would
+        // silently shadow or lose them.
+        zarvo::warnLog() << "resource alias" << alias
+                         << "is registered already; the second registration is refused";
         return false;
     }
     m_aliases.append(alias);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/basepage.h"
+#include <zarvo/basepage.h>
 
 class QLabel;
 class QLayout;

@@ -240,10 +240,17 @@ void SideTree::addTree(QString root_name)
     syncChildren(root);
 
     // The first root installed is shown until someone picks another one.
-    velk::ModuleObject* curRoot = mobj()->cmobj(kCurRoot);
-    if (curRoot->getString().isEmpty()) {
-        curRoot->set(this, root_name);
-    }
+    // Queued: a module installs a root and then its pages in one call, and
+    // the root is shown with its first page once they are all there.
+    QMetaObject::invokeMethod(
+        this,
+        [this, root_name] {
+            velk::ModuleObject* curRoot = mobj()->cmobj(kCurRoot);
+            if (curRoot->getString().isEmpty()) {
+                curRoot->set(this, root_name);
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 void SideTree::selectPage(const QString& rootName, const QString& key, const QString& old)

@@ -95,6 +95,8 @@ private Q_SLOTS:
     void failures();
     void realPluginInEmptyDirectory();
     void furtherModulesAndBrokenOnes();
+    void kitVersions_data();
+    void kitVersions();
     void sideTreeOfAModule();
 };
 
@@ -247,6 +249,47 @@ void TestHeadless::furtherModulesAndBrokenOnes()
                           "fake2 render", "fake idle", "fake2 idle", "fake beforeDetach",
                           "fake2 beforeDetach", "fake detach", "fake2 detach", "fake2 destroyed",
                           "fake destroyed"}));
+}
+
+void TestHeadless::kitVersions_data()
+{
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QString>("command"); // its echo command, when it must load
+    QTest::addColumn<QString>("refusal");
+
+    QTest::newRow("same kit") << QStringLiteral(FAKE_SAMEKIT_PLUGIN)
+                              << QStringLiteral("samekit.echo") << QString();
+    QTest::newRow("other kit") << QStringLiteral(FAKE_OLDKIT_PLUGIN) << QString()
+                               << QStringLiteral("was built with kit 0.0.1, the core module is "
+                                                 "kit " ZARVO_KIT_VERSION_OF_BUILD);
+    QTest::newRow("kit unknown") << QStringLiteral(FAKE_SECOND_PLUGIN) << QString()
+                                 << QStringLiteral("does not say which kit it was built with");
+}
+
+// Against the real core module, which names its kit version.
+void TestHeadless::kitVersions()
+{
+    QFETCH(QString, module);
+    QFETCH(QString, command);
+    QFETCH(QString, refusal);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QByteArray input = command.isEmpty() ? QByteArray("quit\n")
+                                               : (command + QStringLiteral(" up\nquit\n")).toUtf8();
+    const Run run = runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
+                            QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--workdir"),
+                            dir.path(), QStringLiteral("--module"), module},
+                           input);
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    if (refusal.isEmpty()) {
+        QCOMPARE(run.out, QStringList{"up"});
+    } else {
+        QVERIFY2(hasLine(run.err, QStringLiteral("zarvo-hmi: module left out: module ") + module,
+                         refusal),
+                 qPrintable(run.describe()));
+        QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("modules-order.txt"))));
+    }
 }
 
 void TestHeadless::sideTreeOfAModule()

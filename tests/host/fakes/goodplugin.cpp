@@ -86,3 +86,10 @@ extern "C" Q_DECL_EXPORT pomr::BModule* newModule(QObject* parent)
 {
     return new FakeModule(parent);
 }
+
+#ifdef FAKE_KIT_VERSION
+extern "C" Q_DECL_EXPORT const char* zarvoKitVersion()
+{
+    return FAKE_KIT_VERSION;
+}
+#endif
