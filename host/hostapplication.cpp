@@ -9,6 +9,7 @@
 #include "pluginloader.h"
 #include "quitcommand.h"
 #include "signalwatcher.h"
+#include "uicommand.h"
 #include "waitcommand.h"
 
 #include <pomr/lifecycledriver.h>
@@ -27,6 +28,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 namespace hmi {
 
@@ -82,7 +84,16 @@ int HostApplication::run()
     connect(&quit, &QuitCommand::quitRequested, this, &HostApplication::requestQuit);
     velk::command().regist(&quit);
 
-    std::unique_ptr<MainWindow> window;
+    // The window exists headless too (on the offscreen platform), so that
+    // scripts can inspect, click and photograph the same widgets an operator
+    // sees; only a windowed run hands it to the plug-ins as their parent.
+    std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
+    connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
+    std::vector<std::unique_ptr<UiCommand>> uiCommands;
+    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+        uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
+        velk::command().regist(uiCommands.back().get());
+    }
     std::unique_ptr<HeadlessConsole> console;
     std::unique_ptr<WaitCommand> wait;
     std::unique_ptr<HeadlessDialogGuard> guard;
@@ -96,8 +107,6 @@ int HostApplication::run()
         guard = std::make_unique<HeadlessDialogGuard>();
         guard->install();
     } else {
-        window = std::make_unique<MainWindow>();
-        connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
         host.setWindow(window.get());
     }
 
@@ -127,7 +136,7 @@ int HostApplication::run()
     }();
     const QVector<ModuleLoader::Failure> failures = extras.failures();
     for (const ModuleLoader::Failure& failure : failures) {
-        reportLeftOut(failure.reason, window != nullptr);
+        reportLeftOut(failure.reason, !m_options.headless());
     }
 
     SignalWatcher terminations;
@@ -136,7 +145,8 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
-    if (window) {
+    // Headless on a real display the window stays hidden: nobody asked for it.
+    if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
     }
     if (console) {
