@@ -4,6 +4,7 @@
 #include "headlessconsole.h"
 #include "headlessdialogguard.h"
 #include "hostmodule.h"
+#include "linksupervisor.h"
 #include "mainwindow.h"
 #include "moduleloader.h"
 #include "pluginloader.h"
@@ -145,6 +146,10 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
+    // After the lifecycle, when the link, its channel and its commands exist.
+    LinkSupervisor link;
+    link.setEnabled(m_options.reconnect());
+    link.attach();
     // Headless on a real display the window stays hidden: nobody asked for it.
     if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
@@ -159,6 +164,7 @@ int HostApplication::run()
         console->stop();
     }
     m_console = nullptr;
+    link.detach();
     driver.shutdown(&host);
     // Later modules may use what the earlier ones provide: delete in reverse.
     for (int i = extraModules.size() - 1; i >= 0; --i) {
