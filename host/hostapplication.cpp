@@ -3,6 +3,7 @@
 #include "exitcode.h"
 #include "headlessconsole.h"
 #include "headlessdialogguard.h"
+#include "hostlog.h"
 #include "hostmodule.h"
 #include "linksupervisor.h"
 #include "mainwindow.h"
@@ -10,6 +11,7 @@
 #include "pluginloader.h"
 #include "quitcommand.h"
 #include "signalwatcher.h"
+#include "statuspanel.h"
 #include "uicommand.h"
 #include "waitcommand.h"
 
@@ -150,6 +152,23 @@ int HostApplication::run()
     LinkSupervisor link;
     link.setEnabled(m_options.reconnect());
     link.attach();
+    QStatusBar* statusBar = pomr::instantiatedStatusBar(this)->getStatusbar();
+    // Owned by the status bar, which the shell deletes at the end.
+    auto* panel = new StatusPanel;
+    statusBar->addPermanentWidget(panel, 1);
+    panel->attach(velk::m(QStringLiteral("zarvo.r"), nullptr));
+    connect(&link, &LinkSupervisor::statusChanged, panel,
+            [panel, &link](const QString& text) { panel->setLink(link.state(), text); });
+    panel->setLink(link.state(), link.statusText());
+    if (m_options.headless()) {
+        // Nobody looks at an offscreen status bar: what it says goes to the log.
+        panel->setLogChanges(true);
+        connect(statusBar, &QStatusBar::messageChanged, this, [](const QString& text) {
+            if (!text.isEmpty()) {
+                hostLog('i', QStringLiteral("toast: ") + text);
+            }
+        });
+    }
     // Headless on a real display the window stays hidden: nobody asked for it.
     if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
