@@ -14,6 +14,7 @@
 #include "statuspanel.h"
 #include "uicommand.h"
 #include "waitcommand.h"
+#include "windowmenus.h"
 
 #include <pomr/lifecycledriver.h>
 #include <pomr/shell.h>
@@ -26,6 +27,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QMenuBar>
 #include <QPointer>
 #include <QStatusBar>
 
@@ -169,6 +171,12 @@ int HostApplication::run()
             }
         });
     }
+    WindowMenus menus;
+    menus.install(window->menuBar());
+    const QString layoutFile = QDir::current().absoluteFilePath(QStringLiteral("config/hmi.ini"));
+    if (!m_options.headless()) {
+        window->restoreLayout(layoutFile);
+    }
     // Headless on a real display the window stays hidden: nobody asked for it.
     if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
@@ -183,6 +191,11 @@ int HostApplication::run()
         console->stop();
     }
     m_console = nullptr;
+    if (!m_options.headless()) {
+        // What the operator arranged is kept even when the file cannot be
+        // written (a read-only config/): QSettings then just does nothing.
+        window->saveLayout(layoutFile);
+    }
     link.detach();
     driver.shutdown(&host);
     // Later modules may use what the earlier ones provide: delete in reverse.
