@@ -28,8 +28,8 @@ void TestLogDock::filters_data()
     QTest::addColumn<QStringList>("checked");   // filter boxes switched on
     QTest::addColumn<QStringList>("shown");     // titles still listed
 
-    QTest::newRow("defaults: no debug") << QStringList() << QStringList()
-                                        << QStringList{"i", "w", "e", "in"};
+    QTest::newRow("defaults: no debug")
+        << QStringList() << QStringList() << QStringList{"i", "w", "e", "in"};
     QTest::newRow("errors only") << QStringList{"chkLogInfo", "chkLogWarning"} << QStringList()
                                  << QStringList{"e"};
     QTest::newRow("debug asked for: capital letters are debug")

@@ -69,9 +69,10 @@ void TestStatusPanel::fields()
     StatusPanel panel;
     panel.attach(&runtime);
     const auto state = LinkSupervisor::State(link);
-    panel.setLink(state, state == LinkSupervisor::Connected ? QStringLiteral("connected to 1.2.3.4:5")
-                         : state == LinkSupervisor::Reconnecting ? QStringLiteral("reconnecting in 3 s")
-                                                                 : QStringLiteral("disconnected"));
+    panel.setLink(state,
+                  state == LinkSupervisor::Connected      ? QStringLiteral("connected to 1.2.3.4:5")
+                  : state == LinkSupervisor::Reconnecting ? QStringLiteral("reconnecting in 3 s")
+                                                          : QStringLiteral("disconnected"));
     // The value arrives after the panel is up, as a notification would.
     runtime.cmobj("power")->set(nullptr, power);
 
@@ -85,7 +86,8 @@ void TestStatusPanel::latestWarningOrError_data()
     QTest::addColumn<QString>("shown");
 
     QTest::newRow("a warning") << QStringList{"warning"} << "text 0";
-    QTest::newRow("info after an error keeps the error") << QStringList{"error", "info"} << "text 0";
+    QTest::newRow("info after an error keeps the error")
+        << QStringList{"error", "info"} << "text 0";
     QTest::newRow("the latest of two") << QStringList{"warning", "error"} << "text 1";
     QTest::newRow("debug only") << QStringList{"debug"} << "";
 }

@@ -105,11 +105,16 @@ void TestWindowMenus::zoomActions_data()
     QTest::addColumn<double>("before");
     QTest::addColumn<double>("after");
 
-    QTest::newRow("larger") << "actZoomIn" << "size_zoom" << 1.0 << 1.25;
-    QTest::newRow("smaller") << "actZoomOut" << "size_zoom" << 1.5 << 1.25;
-    QTest::newRow("normal") << "actZoomReset" << "size_zoom" << 1.75 << 1.0;
-    QTest::newRow("larger text leaves sizes") << "actFontIn" << "font_zoom" << 1.0 << 1.25;
-    QTest::newRow("normal text") << "actFontReset" << "font_zoom" << 2.0 << 1.0;
+    QTest::newRow("larger") << "actZoomIn"
+                            << "size_zoom" << 1.0 << 1.25;
+    QTest::newRow("smaller") << "actZoomOut"
+                             << "size_zoom" << 1.5 << 1.25;
+    QTest::newRow("normal") << "actZoomReset"
+                            << "size_zoom" << 1.75 << 1.0;
+    QTest::newRow("larger text leaves sizes") << "actFontIn"
+                                              << "font_zoom" << 1.0 << 1.25;
+    QTest::newRow("normal text") << "actFontReset"
+                                 << "font_zoom" << 2.0 << 1.0;
 }
 
 void TestWindowMenus::zoomActions()
@@ -120,9 +125,9 @@ void TestWindowMenus::zoomActions()
     QFETCH(double, after);
 
     velk::ModuleObject* zoom = velk::m(QStringLiteral("zvtheme.") + node);
-    velk::ModuleObject* other = velk::m(node == QLatin1String("size_zoom")
-                                            ? QStringLiteral("zvtheme.font_zoom")
-                                            : QStringLiteral("zvtheme.size_zoom"));
+    velk::ModuleObject* other =
+        velk::m(node == QLatin1String("size_zoom") ? QStringLiteral("zvtheme.font_zoom")
+                                                   : QStringLiteral("zvtheme.size_zoom"));
     zoom->set(nullptr, before);
     other->set(nullptr, 1.0);
     QVERIFY(action(actionName));
