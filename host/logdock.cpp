@@ -4,6 +4,7 @@
 #include <velk/velk.h>
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QJsonObject>
 #include <QListWidget>
@@ -54,6 +55,18 @@ LogDock::LogDock(QWidget* parent)
 }
 
 LogDock::~LogDock() = default;
+
+void LogDock::changeEvent(QEvent* event)
+{
+    // Built before the plug-in installs the configured language.
+    if (event->type() == QEvent::LanguageChange) {
+        m_error->setText(tr("Errors"));
+        m_warning->setText(tr("Warnings"));
+        m_info->setText(tr("Information"));
+        m_debug->setText(tr("Debug"));
+    }
+    QDockWidget::changeEvent(event);
+}
 
 QString LogDock::kindOf(const QString& level)
 {

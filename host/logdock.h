@@ -27,6 +27,9 @@ public:
 
     void addRecord(const QString& level, const QString& dateTime, const QString& title);
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void onResourceWritten(QObject* owner, const QString& name, const QString& key,
                            const QJsonValue& value);

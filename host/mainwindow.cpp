@@ -77,16 +77,39 @@ MainWindow::MainWindow(QWidget* parent)
     m_quitAction->setShortcut(QKeySequence::Quit);
     connect(m_quitAction, &QAction::triggered, this, &MainWindow::quitRequested);
 
-    QMenu* file = menuBar()->addMenu(tr("&File"));
+    QMenu* file = menuBar()->addMenu(QString());
+    m_fileMenu = file;
     file->addAction(m_quitAction);
-    QMenu* view = menuBar()->addMenu(tr("&View"));
+    QMenu* view = menuBar()->addMenu(QString());
+    m_viewMenu = view;
     view->addAction(m_consoleAction);
     QAction* logAction = m_logDock->toggleViewAction();
-    logAction->setText(tr("&Log"));
     logAction->setObjectName(QStringLiteral("actLog"));
     view->addAction(logAction);
     m_consoleAction->setObjectName(QStringLiteral("actConsole"));
     m_quitAction->setObjectName(QStringLiteral("actQuit"));
+    retranslate();
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    // The plug-in installs the translation of the configured language after
+    // this window exists: the texts follow when it does.
+    if (event->type() == QEvent::LanguageChange) {
+        retranslate();
+    }
+    QMainWindow::changeEvent(event);
+}
+
+void MainWindow::retranslate()
+{
+    m_consoleDock->setWindowTitle(tr("Console"));
+    m_consoleAction->setText(tr("&Console"));
+    m_quitAction->setText(tr("&Quit"));
+    m_fileMenu->setTitle(tr("&File"));
+    m_viewMenu->setTitle(tr("&View"));
+    m_logDock->toggleViewAction()->setText(tr("&Log"));
+    m_logDock->setWindowTitle(tr("Log"));
 }
 
 bool MainWindow::restoreLayout(const QString& file)

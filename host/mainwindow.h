@@ -4,6 +4,7 @@
 
 class QAction;
 class QDockWidget;
+class QMenu;
 
 namespace hmi {
 
@@ -38,6 +39,7 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     ConsoleWidget* m_console;
@@ -45,6 +47,10 @@ private:
     QAction* m_consoleAction;
     QAction* m_quitAction;
     LogDock* m_logDock;
+    QMenu* m_fileMenu = nullptr;
+    QMenu* m_viewMenu = nullptr;
+
+    void retranslate();
 };
 
 } // namespace hmi

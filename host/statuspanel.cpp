@@ -2,6 +2,7 @@
 
 #include "hostlog.h"
 
+#include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
@@ -66,6 +67,20 @@ void StatusPanel::attach(velk::ModuleObject* runtime)
         disconnect(m_runtime, nullptr, this, nullptr);
     }
     m_runtime = runtime;
+    m_queries.clear();
+    for (const char* query : {"get_operate", "get_motor", "get_robot_state", "get_safety_stop"}) {
+        const QString name = QString::fromLatin1(query);
+        velk::ModuleObject* command = velk::m(QStringLiteral("rc.system.state.") + name);
+        if (command->isEmptyMobj()) {
+            continue;
+        }
+        m_queries.append(name);
+        connect(command, &velk::ModuleObject::activated, this, [this, name] {
+            if (m_awaiting.removeAll(name) > 0 && m_awaiting.isEmpty()) {
+                refresh();
+            }
+        });
+    }
     if (runtime && !runtime->isEmptyMobj()) {
         for (const char* child : {"power", "mode", "state"}) {
             connect(runtime->cmobj(QString::fromLatin1(child)), &velk::ModuleObject::changed, this,
@@ -85,6 +100,9 @@ void StatusPanel::setLink(LinkSupervisor::State state, const QString& text)
 {
     const bool stateChanged = state != m_state;
     m_state = state;
+    if (stateChanged) {
+        m_awaiting = state == LinkSupervisor::Connected ? m_queries : QStringList();
+    }
     m_link->setText(text);
     if (stateChanged) {
         refresh();
@@ -103,7 +121,8 @@ void StatusPanel::refresh()
 {
     // While the link is down the robot may have moved on: what we hold is
     // only the last thing we heard, and the operator must see that.
-    const bool current = m_state == LinkSupervisor::Connected;
+    // After a reconnect, the same holds until the robot answered the queries again.
+    const bool current = m_state == LinkSupervisor::Connected && m_awaiting.isEmpty();
     const QString mark = current ? QString() : tr(" (last known)");
     const QString power = value("power");
     const bool stopped =

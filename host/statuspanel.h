@@ -47,6 +47,10 @@ private:
 
     QPointer<velk::ModuleObject> m_runtime;
     LinkSupervisor::State m_state = LinkSupervisor::Disconnected;
+    // The state queries the plug-in sends on every connect, and those not
+    // answered yet since the last one: until then the values are old ones.
+    QStringList m_queries;
+    QStringList m_awaiting;
     QLabel* m_link;
     QLabel* m_power;
     QLabel* m_safety;

@@ -3,6 +3,7 @@
 
 #include "host/statuspanel.h"
 
+#include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
@@ -22,6 +23,8 @@ private Q_SLOTS:
     void fields();
     void latestWarningOrError_data();
     void latestWarningOrError();
+    // Last: it puts the state queries into the tree, which the rows above lack.
+    void currentOnlyOnceTheQueriesAreAnswered();
 };
 
 void TestStatusPanel::fields_data()
@@ -108,6 +111,28 @@ void TestStatusPanel::latestWarningOrError()
                              true);
     }
     QCOMPARE(panel.findChild<QLabel*>(QStringLiteral("lblLatestLog"))->text(), shown);
+}
+
+void TestStatusPanel::currentOnlyOnceTheQueriesAreAnswered()
+{
+    const QStringList queries{"get_operate", "get_motor", "get_robot_state", "get_safety_stop"};
+    for (const QString& query : queries) {
+        velk::m().ensure(QStringLiteral("rc.system.state.") + query);
+    }
+    velk::ModuleObject runtime(QStringLiteral("r"));
+    runtime.insert(nullptr, QStringLiteral("mode"), false)->set(nullptr, QStringLiteral("auto"));
+    StatusPanel panel;
+    panel.attach(&runtime);
+    panel.setLink(LinkSupervisor::Connected, QStringLiteral("connected to 1.2.3.4:5"));
+
+    for (const QString& query : queries) {
+        // Whatever was shown before the reconnect is still what is shown.
+        QVERIFY2(panel.summary().contains(QStringLiteral("Mode: auto (last known)")),
+                 qPrintable(query));
+        velk::ModuleObject* command = velk::m(QStringLiteral("rc.system.state.") + query);
+        command->activate(nullptr, command, velk::ActivateData);
+    }
+    QVERIFY2(!panel.summary().contains(QStringLiteral("last known")), qPrintable(panel.summary()));
 }
 
 QTEST_MAIN(TestStatusPanel)
