@@ -2,6 +2,13 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN">
 <context>
+    <name>BaseSettingPage</name>
+    <message>
+        <source>Title</source>
+        <translation>标题</translation>
+    </message>
+</context>
+<context>
     <name>ControllerManager</name>
     <message>
         <source>Connection failed: no response</source>
@@ -529,6 +536,21 @@
     <message>
         <source>invalid data json: %1</source>
         <translation>数据json无效：%1</translation>
+    </message>
+</context>
+<context>
+    <name>zarvo::BaseSettingPage</name>
+    <message>
+        <source>No record</source>
+        <translation>无记录</translation>
+    </message>
+    <message>
+        <source>yyyy/MM/dd hh:mm:ss</source>
+        <translation>yyyy年MM月dd日 hh:mm:ss</translation>
+    </message>
+    <message>
+        <source>Last updated: %1</source>
+        <translation>最后更新：%1</translation>
     </message>
 </context>
 </TS>
