@@ -3,13 +3,18 @@
 #include "exitcode.h"
 #include "headlessconsole.h"
 #include "headlessdialogguard.h"
+#include "hostlog.h"
 #include "hostmodule.h"
+#include "linksupervisor.h"
 #include "mainwindow.h"
 #include "moduleloader.h"
 #include "pluginloader.h"
 #include "quitcommand.h"
 #include "signalwatcher.h"
+#include "statuspanel.h"
+#include "uicommand.h"
 #include "waitcommand.h"
+#include "windowmenus.h"
 
 #include <pomr/lifecycledriver.h>
 #include <pomr/shell.h>
@@ -22,11 +27,13 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QMenuBar>
 #include <QPointer>
 #include <QStatusBar>
 
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 namespace hmi {
 
@@ -83,7 +90,16 @@ int HostApplication::run()
     connect(&quit, &QuitCommand::quitRequested, this, &HostApplication::requestQuit);
     velk::command().regist(&quit);
 
-    std::unique_ptr<MainWindow> window;
+    // The window exists headless too (on the offscreen platform), so that
+    // scripts can inspect, click and photograph the same widgets an operator
+    // sees; only a windowed run hands it to the plug-ins as their parent.
+    std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
+    connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
+    std::vector<std::unique_ptr<UiCommand>> uiCommands;
+    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+        uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
+        velk::command().regist(uiCommands.back().get());
+    }
     std::unique_ptr<HeadlessConsole> console;
     std::unique_ptr<WaitCommand> wait;
     std::unique_ptr<HeadlessDialogGuard> guard;
@@ -97,8 +113,6 @@ int HostApplication::run()
         guard = std::make_unique<HeadlessDialogGuard>();
         guard->install();
     } else {
-        window = std::make_unique<MainWindow>();
-        connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
         host.setWindow(window.get());
     }
 
@@ -129,7 +143,7 @@ int HostApplication::run()
     }();
     const QVector<ModuleLoader::Failure> failures = extras.failures();
     for (const ModuleLoader::Failure& failure : failures) {
-        reportLeftOut(failure.reason, window != nullptr);
+        reportLeftOut(failure.reason, !m_options.headless());
     }
 
     SignalWatcher terminations;
@@ -138,7 +152,35 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
-    if (window) {
+    // After the lifecycle, when the link, its channel and its commands exist.
+    LinkSupervisor link;
+    link.setEnabled(m_options.reconnect());
+    link.attach();
+    QStatusBar* statusBar = pomr::instantiatedStatusBar(this)->getStatusbar();
+    // Owned by the status bar, which the shell deletes at the end.
+    auto* panel = new StatusPanel;
+    statusBar->addPermanentWidget(panel, 1);
+    panel->attach(velk::m(QStringLiteral("zarvo.r"), nullptr));
+    connect(&link, &LinkSupervisor::statusChanged, panel,
+            [panel, &link](const QString& text) { panel->setLink(link.state(), text); });
+    panel->setLink(link.state(), link.statusText());
+    if (m_options.headless()) {
+        // Nobody looks at an offscreen status bar: what it says goes to the log.
+        panel->setLogChanges(true);
+        connect(statusBar, &QStatusBar::messageChanged, this, [](const QString& text) {
+            if (!text.isEmpty()) {
+                hostLog('i', QStringLiteral("toast: ") + text);
+            }
+        });
+    }
+    WindowMenus menus;
+    menus.install(window->menuBar());
+    const QString layoutFile = QDir::current().absoluteFilePath(QStringLiteral("config/hmi.ini"));
+    if (!m_options.headless()) {
+        window->restoreLayout(layoutFile);
+    }
+    // Headless on a real display the window stays hidden: nobody asked for it.
+    if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
     }
     if (console) {
@@ -151,6 +193,12 @@ int HostApplication::run()
         console->stop();
     }
     m_console = nullptr;
+    if (!m_options.headless()) {
+        // What the operator arranged is kept even when the file cannot be
+        // written (a read-only config/): QSettings then just does nothing.
+        window->saveLayout(layoutFile);
+    }
+    link.detach();
     driver.shutdown(&host);
     // Later modules may use what the earlier ones provide: delete in reverse.
     for (int i = extraModules.size() - 1; i >= 0; --i) {

@@ -19,6 +19,7 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
                                        const QString& baseDir)
 {
     m_headless = false;
+    m_reconnect = true;
     m_pluginFile.clear();
     m_workDir.clear();
     m_moduleFiles.clear();
@@ -28,12 +29,13 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
     // "-headless" and "--headless" alike; short -h and -v still work.
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     const QCommandLineOption headless(QStringLiteral("headless"));
+    const QCommandLineOption noReconnect(QStringLiteral("no-reconnect"));
     const QCommandLineOption plugin(QStringLiteral("plugin"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption workdir(QStringLiteral("workdir"), QString(), QStringLiteral("DIR"));
     const QCommandLineOption module(QStringLiteral("module"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
-    parser.addOptions({headless, plugin, workdir, module, help, version});
+    parser.addOptions({headless, noReconnect, plugin, workdir, module, help, version});
 
     if (!parser.parse(args)) {
         m_error = parser.errorText();
@@ -52,6 +54,7 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
     }
 
     m_headless = parser.isSet(headless);
+    m_reconnect = !parser.isSet(noReconnect);
     if (parser.isSet(plugin)) {
         const QString file = parser.value(plugin);
         if (file.isEmpty()) {
@@ -121,7 +124,8 @@ QString HostOptions::versionText()
 QString HostOptions::helpText()
 {
     return QStringLiteral(
-        "Usage: zarvo-hmi [--headless] [--plugin FILE] [--module FILE]... [--workdir DIR]\n"
+        "Usage: zarvo-hmi [--headless] [--no-reconnect] [--plugin FILE] [--module FILE]...\n"
+        "                 [--workdir DIR]\n"
         "\n"
         "Loads the zarvo plug-in and runs the HMI around it.\n"
         "\n"
@@ -129,6 +133,8 @@ QString HostOptions::helpText()
         "  --headless      No window: read console commands from standard input,\n"
         "                  one a line, and print their output to standard output\n"
         "                  and their errors to standard error.\n"
+        "  --no-reconnect  Do not reconnect to the controller by itself after a lost\n"
+        "                  or refused link (rc.connect still does).\n"
         "  --plugin FILE   The plug-in to load. Default: $ZARVO_PLUGIN when set,\n"
         "                  else libzarvo.so in <directory of zarvo-hmi>/../lib/zarvo\n"
         "                  (installed) or ../lib (build tree).\n"

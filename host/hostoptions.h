@@ -24,6 +24,8 @@ public:
     Result parse(const QStringList& args, const QString& envPlugin, const QString& baseDir);
 
     bool headless() const { return m_headless; }
+    // False with --no-reconnect: a lost link stays down until rc.connect.
+    bool reconnect() const { return m_reconnect; }
     // Absolute; empty when neither --plugin nor $ZARVO_PLUGIN was given.
     QString pluginFile() const { return m_pluginFile; }
     // Absolute; empty when the working directory stays as it is.
@@ -46,6 +48,7 @@ public:
 
 private:
     bool m_headless = false;
+    bool m_reconnect = true;
     QString m_pluginFile;
     QString m_workDir;
     QStringList m_moduleFiles;
