@@ -9,6 +9,7 @@
 #include <QMutexLocker>
 
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 namespace velk {
@@ -199,9 +200,10 @@ QString QLog::escaped(const QString& text, int max)
     if (clean == size && (max < 0 || size <= max)) {
         return text;
     }
-    const int limit = max < 0 ? size : qMin(size, max);
+    // The cut counts what is shown, escapes included.
+    const int limit = max < 0 ? std::numeric_limits<int>::max() : max;
     QString out = text.left(qMin(clean, limit));
-    out.reserve(limit + 32);
+    out.reserve(qMin(size, limit) + 32);
     int i = out.size();
     for (; i < size && out.size() < limit; ++i) {
         if (needsEscape(data[i])) {
