@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
                        pomr::LifecycleDriver::Init, pomr::LifecycleDriver::AfterInit}) {
         driver.runPhase(module, phase);
     }
-    gCatalogueNodes = nodes(rc()->mobj());
+    gCatalogueNodes = nodes(velk::m(QStringLiteral("rc")));
     if (gCatalogueNodes < 120) {
         std::abort();
     }
@@ -87,7 +87,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         }
     }
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    if (nodes(rc()->mobj()) > gCatalogueNodes + ControllerManager::MaxCatalogueGrowth) {
+    if (nodes(velk::m(QStringLiteral("rc"))) >
+        gCatalogueNodes + ControllerManager::MaxCatalogueGrowth) {
         std::abort();
     }
     return 0;

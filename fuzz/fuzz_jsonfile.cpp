@@ -1,5 +1,7 @@
 // The reader of every JSON file (settings, themes, templates): any bytes
-// parse or fail cleanly, and what parses survives its own write and read.
+// parse or fail cleanly, and what is written back reads back to the same
+// file. (Compared as written: Qt drops a byte-order mark inside a key on
+// parsing but keeps it in the object's own comparison.)
 
 #include <velk/jsonfile.h>
 
@@ -21,8 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         }
         return 0;
     }
-    const QJsonValue again = velk::JsonFile::parse(velk::JsonFile::serialize(value));
-    if (again != value) {
+    const QByteArray written = velk::JsonFile::serialize(value);
+    if (velk::JsonFile::serialize(velk::JsonFile::parse(written)) != written) {
         std::abort();
     }
     return 0;
