@@ -16,6 +16,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSaveFile>
 
 #include <cmath>
 #include <limits>
@@ -223,18 +224,27 @@ void SettingManager::checkFolders(const QString& alias)
     if (!QFileInfo::exists(path)) {
         const QString folder = path.section(QLatin1Char('/'), 0, -2);
         const bool made = QDir(QStringLiteral(".")).mkpath(folder);
-        QFile copy(getTemplatePath(name()));
-        if (made && copy.copy(path)) {
-            // A copy out of the compiled-in resources is read-only.
+        QString reason = made ? QString() : QStringLiteral("cannot create the folder");
+        // Written atomically like every later save: a kill in the middle
+        // leaves no file (and only a temporary that the next start removes),
+        // never a half-written one.
+        QFile source(getTemplatePath(name()));
+        QSaveFile copy(path);
+        if (made && !source.open(QIODevice::ReadOnly)) {
+            reason = source.errorString();
+        } else if (made && !(copy.open(QIODevice::WriteOnly) &&
+                             copy.write(source.readAll()) == source.size() && copy.commit())) {
+            reason = copy.errorString();
+        }
+        if (reason.isEmpty()) {
             QFile::setPermissions(path, QFile::ReadUser | QFile::WriteUser);
             velk::resource().load(this, name(), path, false);
         } else {
-            ManagerHelper::throwLog(
-                this, QStringLiteral("error"),
-                QStringLiteral("Cannot create settings file %1 in %2 (%3); running with the "
-                               "defaults, changes will not be kept")
-                    .arg(path, QDir::currentPath(),
-                         made ? copy.errorString() : QStringLiteral("cannot create the folder")));
+            ManagerHelper::throwLog(this, QStringLiteral("error"),
+                                    QStringLiteral("Cannot create settings file %1 in %2 (%3); "
+                                                   "running with the defaults, changes will not "
+                                                   "be kept")
+                                        .arg(path, QDir::currentPath(), reason));
         }
     }
 
