@@ -76,8 +76,10 @@ private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_upgradeServer.bind(QHostAddress::LocalHost, 0));
-        ControllerManager::setUpgradeDiscoveryPorts(0, m_upgradeServer.localPort());
         QVERIFY(startLinked(fixture, {{"local", QJsonObject{{"ip", "127.0.0.1"}}}}));
+        // Greetings go to this silent server, not to the simulator, which would answer.
+        velk::net("upgrade_udp")
+            ->tryConnectToHost(QHostAddress::LocalHost, m_upgradeServer.localPort());
     }
     void init()
     {
