@@ -22,13 +22,16 @@ qt5_add_translation(ZARVO_QM_FILES ${CMAKE_SOURCE_DIR}/resources/zarvo/language/
 configure_file(${CMAKE_SOURCE_DIR}/resources/zarvo_language.qrc.in
     ${CMAKE_BINARY_DIR}/resources/zarvo_language.qrc @ONLY)
 add_custom_target(zarvo_translations DEPENDS ${ZARVO_QM_FILES})
+include(ZarvoImages)
 
 add_library(zarvo_core OBJECT
     ${ZARVO_CORE_FILES}
     ${CMAKE_SOURCE_DIR}/resources/zarvo.qrc
     ${CMAKE_BINARY_DIR}/resources/zarvo_language.qrc
-    ${ZARVO_QM_FILES})
-add_dependencies(zarvo_core zarvo_translations)
+    ${ZARVO_QM_FILES}
+    ${ZARVO_IMAGE_QRC}
+    ${ZARVO_IMAGE_FILES})
+add_dependencies(zarvo_core zarvo_translations zarvo_images)
 set_target_properties(zarvo_core PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_compile_definitions(zarvo_core PUBLIC ZARVO_LIBRARY)
 target_include_directories(zarvo_core PUBLIC ${CMAKE_SOURCE_DIR})

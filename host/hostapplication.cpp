@@ -5,6 +5,7 @@
 #include "headlessdialogguard.h"
 #include "hostmodule.h"
 #include "mainwindow.h"
+#include "moduleloader.h"
 #include "pluginloader.h"
 #include "quitcommand.h"
 #include "signalwatcher.h"
@@ -12,13 +13,17 @@
 
 #include <pomr/lifecycledriver.h>
 #include <pomr/shell.h>
+#include <pomr/statusbar.h>
 #include <velk/commandmanager.h>
+#include <velk/qlog.h>
 #include <velk/velk.h>
 
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
+#include <QStatusBar>
 
 #include <cstdio>
 #include <memory>
@@ -105,6 +110,26 @@ int HostApplication::run()
     }
     host.addSubmodule(module);
 
+    // Further modules join after the core module, so that the managers they
+    // call exist, and run their lifecycle after it in load order.
+    ModuleLoader extras;
+    const QList<QPointer<pomr::BModule>> extraModules = [&] {
+        QList<QPointer<pomr::BModule>> created;
+        const QStringList files = ModuleLoader::moduleFiles(
+            HostOptions::modulesDir(QCoreApplication::applicationDirPath()),
+            m_options.moduleFiles(), loader.fileName());
+        const QList<pomr::BModule*> modules = extras.load(files, &host);
+        for (pomr::BModule* extra : modules) {
+            host.addSubmodule(extra);
+            created.append(extra);
+        }
+        return created;
+    }();
+    const QVector<ModuleLoader::Failure> failures = extras.failures();
+    for (const ModuleLoader::Failure& failure : failures) {
+        reportLeftOut(failure.reason, window != nullptr);
+    }
+
     SignalWatcher terminations;
     connect(&terminations, &SignalWatcher::terminationRequested, this,
             &HostApplication::requestQuit);
@@ -125,6 +150,13 @@ int HostApplication::run()
     }
     m_console = nullptr;
     driver.shutdown(&host);
+    // Later modules may use what the earlier ones provide: delete in reverse.
+    for (int i = extraModules.size() - 1; i >= 0; --i) {
+        if (pomr::BModule* extra = extraModules.at(i)) {
+            host.removeSubmodule(extra);
+            delete extra;
+        }
+    }
     if (module) {
         host.removeSubmodule(module);
         delete module.data();
@@ -184,6 +216,22 @@ bool HostApplication::displayAvailable()
     return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
            !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+void HostApplication::reportLeftOut(const QString& reason, bool inWindow)
+{
+    // A broken optional module must not stop the operator's HMI, but it must
+    // not go unnoticed either: standard error, the log file and the window.
+    const QString text = QStringLiteral("module left out: ") + reason;
+    printError(QStringLiteral("zarvo-hmi: ") + text);
+    velk::QFLog(QStringLiteral("\033[33m"),
+                QStringLiteral("[W|%1]").arg(
+                    QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz"))),
+                QString(), QStringLiteral("./log/zarvo"), QStringLiteral("log"))
+        << text;
+    if (inWindow) {
+        pomr::instantiatedStatusBar(this)->getStatusbar()->showMessage(text);
+    }
 }
 
 void HostApplication::printError(const QString& text)

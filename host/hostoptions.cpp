@@ -20,6 +20,7 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
     m_headless = false;
     m_pluginFile.clear();
     m_workDir.clear();
+    m_moduleFiles.clear();
     m_error.clear();
 
     QCommandLineParser parser;
@@ -28,9 +29,10 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
     const QCommandLineOption headless(QStringLiteral("headless"));
     const QCommandLineOption plugin(QStringLiteral("plugin"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption workdir(QStringLiteral("workdir"), QString(), QStringLiteral("DIR"));
+    const QCommandLineOption module(QStringLiteral("module"), QString(), QStringLiteral("FILE"));
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
-    parser.addOptions({headless, plugin, workdir, help, version});
+    parser.addOptions({headless, plugin, workdir, module, help, version});
 
     if (!parser.parse(args)) {
         m_error = parser.errorText();
@@ -67,6 +69,14 @@ HostOptions::Result HostOptions::parse(const QStringList& args, const QString& e
         }
         m_workDir = absoluteFrom(baseDir, dir);
     }
+    const QStringList modules = parser.values(module);
+    for (const QString& file : modules) {
+        if (file.isEmpty()) {
+            m_error = QStringLiteral("--module needs a file name");
+            return UsageError;
+        }
+        m_moduleFiles.append(absoluteFrom(baseDir, file));
+    }
     return Run;
 }
 
@@ -80,6 +90,11 @@ QString HostOptions::defaultPluginFile(const QString& applicationDir)
     return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/libzarvo.so"));
 }
 
+QString HostOptions::modulesDir(const QString& applicationDir)
+{
+    return QDir::cleanPath(applicationDir + QStringLiteral("/../lib/zarvo/modules"));
+}
+
 QString HostOptions::versionText()
 {
     return QStringLiteral("zarvo-hmi " ZARVO_HMI_VERSION);
@@ -88,7 +103,7 @@ QString HostOptions::versionText()
 QString HostOptions::helpText()
 {
     return QStringLiteral(
-        "Usage: zarvo-hmi [--headless] [--plugin FILE] [--workdir DIR]\n"
+        "Usage: zarvo-hmi [--headless] [--plugin FILE] [--module FILE]... [--workdir DIR]\n"
         "\n"
         "Loads the zarvo plug-in and runs the HMI around it.\n"
         "\n"
@@ -98,6 +113,10 @@ QString HostOptions::helpText()
         "                  and their errors to standard error.\n"
         "  --plugin FILE   The plug-in to load. Default: $ZARVO_PLUGIN when set,\n"
         "                  else <directory of zarvo-hmi>/../lib/libzarvo.so.\n"
+        "  --module FILE   A further module plug-in, loaded after the core module and\n"
+        "                  those of <directory of zarvo-hmi>/../lib/zarvo/modules\n"
+        "                  (repeatable; loaded in the order given). One that fails\n"
+        "                  to load is reported and left out.\n"
         "  --workdir DIR   Working directory (created when missing); ./config,\n"
         "                  ./log and ./cache are kept there. Default: the current one.\n"
         "  -h, --help      Show this text and exit.\n"

@@ -28,12 +28,16 @@ public:
     QString pluginFile() const { return m_pluginFile; }
     // Absolute; empty when the working directory stays as it is.
     QString workDir() const { return m_workDir; }
+    // Every --module FILE, absolute, in command-line order.
+    QStringList moduleFiles() const { return m_moduleFiles; }
     // One line describing the usage error.
     QString errorText() const { return m_error; }
 
     // The plug-in to load: the given one, else <applicationDir>/../lib/libzarvo.so.
     QString resolvedPluginFile(const QString& applicationDir) const;
     static QString defaultPluginFile(const QString& applicationDir);
+    // Where further module plug-ins are found: <library dir>/zarvo/modules.
+    static QString modulesDir(const QString& applicationDir);
 
     static QString helpText();
     static QString versionText();
@@ -42,6 +46,7 @@ private:
     bool m_headless = false;
     QString m_pluginFile;
     QString m_workDir;
+    QStringList m_moduleFiles;
     QString m_error;
 };
 

@@ -94,6 +94,7 @@ private Q_SLOTS:
     void failures_data();
     void failures();
     void realPluginInEmptyDirectory();
+    void furtherModulesAndBrokenOnes();
 };
 
 void TestHeadless::script_data()
@@ -211,6 +212,40 @@ void TestHeadless::realPluginInEmptyDirectory()
     }
     QVERIFY(QFileInfo(dir.filePath(QStringLiteral("config/setting.json"))).isFile());
     QVERIFY(QFileInfo(dir.filePath(QStringLiteral("log"))).isDir());
+}
+
+void TestHeadless::furtherModulesAndBrokenOnes()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString missing = QStringLiteral("/nonexistent/libextra.so");
+    QStringList args = fakeArgs(dir.path());
+    for (const QString& file :
+         {QStringLiteral(FAKE_SECOND_PLUGIN), missing, QStringLiteral(FAKE_NOSYMBOL_PLUGIN),
+          QStringLiteral(FAKE_NULLFACTORY_PLUGIN), QStringLiteral(FAKE_SECOND_PLUGIN)}) {
+        args << QStringLiteral("--module") << file;
+    }
+    const Run run = runHmi(args, "fake2.echo second\nfake.echo core\nquit\n");
+
+    // Every broken module is named with its reason; the HMI runs on with the good ones.
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    QCOMPARE(run.out, (QStringList{"second", "core"}));
+    for (const QString& part : {QStringLiteral("cannot load plug-in ") + missing,
+                                QStringLiteral("does not export newModule()"),
+                                QStringLiteral("newModule() returned no module")}) {
+        QVERIFY2(hasLine(run.err, QStringLiteral("zarvo-hmi: module left out: "), part),
+                 qPrintable(run.describe()));
+        QVERIFY2(QString::fromUtf8(readFile(dir.filePath(QStringLiteral("log/zarvo.log"))))
+                     .contains(part),
+                 qPrintable(part));
+    }
+    // The core module first, the further ones in the order given, each once; torn down
+    // in reverse.
+    QCOMPARE(linesOf(readFile(dir.filePath(QStringLiteral("modules-order.txt")))),
+             (QStringList{"fake setup", "fake2 setup", "fake init", "fake2 init", "fake render",
+                          "fake2 render", "fake idle", "fake2 idle", "fake beforeDetach",
+                          "fake2 beforeDetach", "fake detach", "fake2 detach", "fake2 destroyed",
+                          "fake destroyed"}));
 }
 
 QTEST_GUILESS_MAIN(TestHeadless)

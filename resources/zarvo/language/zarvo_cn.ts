@@ -164,6 +164,97 @@
     </message>
 </context>
 <context>
+    <name>ThemeCommand</name>
+    <message>
+        <source>theme.list</source>
+        <translation>theme.list</translation>
+    </message>
+    <message>
+        <source>theme.set &lt;name&gt;</source>
+        <translation>theme.set &lt;名称&gt;</translation>
+    </message>
+    <message>
+        <source>theme.style &lt;value&gt;</source>
+        <translation>theme.style &lt;值&gt;</translation>
+    </message>
+    <message>
+        <source>theme.sheet &lt;group&gt; &lt;name&gt;</source>
+        <translation>theme.sheet &lt;组&gt; &lt;名称&gt;</translation>
+    </message>
+    <message>
+        <source>theme.zoom [&lt;size&gt; [&lt;font&gt;]]</source>
+        <translation>theme.zoom [&lt;尺寸&gt; [&lt;字体&gt;]]</translation>
+    </message>
+    <message>
+        <source>theme.reload</source>
+        <translation>theme.reload</translation>
+    </message>
+    <message>
+        <source>List the themes with their labels; * marks the current one</source>
+        <translation>列出主题及其名称；* 标记当前主题</translation>
+    </message>
+    <message>
+        <source>Switch to another theme</source>
+        <translation>切换到其他主题</translation>
+    </message>
+    <message>
+        <source>Print a style value with its placeholder expanded at the current theme and zoom</source>
+        <translation>按当前主题和缩放展开占位符并打印样式值</translation>
+    </message>
+    <message>
+        <source>Print the style sheet of a render description</source>
+        <translation>打印渲染描述生成的样式表</translation>
+    </message>
+    <message>
+        <source>Print the size and font zoom, or set them (above 0, at most 10)</source>
+        <translation>打印尺寸缩放和字体缩放，或设置它们（大于0，最大10）</translation>
+    </message>
+    <message>
+        <source>Read the current theme file again and restyle every page</source>
+        <translation>重新读取当前主题文件并刷新所有页面的样式</translation>
+    </message>
+    <message>
+        <source>usage: %1</source>
+        <translation>用法：%1</translation>
+    </message>
+    <message>
+        <source>no valid style for: %1</source>
+        <translation>没有有效的样式：%1</translation>
+    </message>
+    <message>
+        <source>no render description %1/%2</source>
+        <translation>没有渲染描述 %1/%2</translation>
+    </message>
+    <message>
+        <source>no style sheet from %1</source>
+        <translation>无法从 %1 生成样式表</translation>
+    </message>
+    <message>
+        <source>reloaded %1</source>
+        <translation>已重新加载 %1</translation>
+    </message>
+    <message>
+        <source>cannot reload theme %1</source>
+        <translation>无法重新加载主题 %1</translation>
+    </message>
+    <message>
+        <source>no such theme: %1</source>
+        <translation>没有该主题：%1</translation>
+    </message>
+    <message>
+        <source>current theme: %1</source>
+        <translation>当前主题：%1</translation>
+    </message>
+    <message>
+        <source>a zoom factor is a number above 0 and at most 10: %1</source>
+        <translation>缩放系数必须是大于0且不超过10的数字：%1</translation>
+    </message>
+    <message>
+        <source>size zoom %1, font zoom %2</source>
+        <translation>尺寸缩放 %1，字体缩放 %2</translation>
+    </message>
+</context>
+<context>
     <name>velk::BaseCommand</name>
     <message>
         <source>rc.connect [-ip=&lt;ip&gt; -port=&lt;port&gt;]</source>
