@@ -130,7 +130,9 @@ void ControllerManager::registerChannels()
         connect(rcUdp->handle(), &velk::NetworkHandle::jsonObtained, this,
                 &ControllerManager::analyseUdpJson);
         connect(rcUdp->handle(), &velk::NetworkHandle::datagramRefused, this,
-                [this](const QHostAddress& from) { refuseUdp(from.toString()); });
+                [this](const QHostAddress& from) {
+                    refuseUdp(QStringLiteral("from %1, not the controller").arg(from.toString()));
+                });
     }
 
     velk::net().regist(kRcTcp, velk::TCP, velk::NetworkChannel(any, any, 0, 0));

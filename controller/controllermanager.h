@@ -149,7 +149,8 @@ private:
     // burst, with a summary of what was held back.
     void peerError(const QString& kind, const QString& text, bool hmiRecord = true);
     void flushPeerErrors();
-    void refuseUdp(const QString& from);
+    // Counts a dropped UDP packet; `why` goes into the (rare) log line.
+    void refuseUdp(const QString& why);
     void narrowUdp();
 
     // The answer to one synchronous request, kept apart from "exec" so that

@@ -171,7 +171,7 @@ void ControllerManager::flushPeerErrors()
     }
 }
 
-void ControllerManager::refuseUdp(const QString& from)
+void ControllerManager::refuseUdp(const QString& why)
 {
     ++m_udpRefused;
     const qint64 now = m_clock.elapsed();
@@ -180,8 +180,8 @@ void ControllerManager::refuseUdp(const QString& from)
     }
     m_udpLoggedAt = now;
     zarvo::warnLog().nospace() << "refused " << m_udpRefused - m_udpRefusedLogged
-                               << " UDP packet(s) not from the connected controller (last from "
-                               << zarvo::excerpt(from, 64) << ")";
+                               << " UDP packet(s) since the last report; the last one "
+                               << zarvo::excerpt(why, 100);
     m_udpRefusedLogged = m_udpRefused;
 }
 
@@ -355,7 +355,8 @@ void ControllerManager::analyseUdpJson(const QJsonObject& json)
     // Anyone on the network can send a datagram: outside a round only the
     // connected controller is heard (the channel is narrowed to its address).
     if (m_detecting || !m_connected) {
-        refuseUdp(QStringLiteral("a sender while no controller is connected"));
+        refuseUdp(m_detecting ? QStringLiteral("not a discovery answer, during a discovery round")
+                              : QStringLiteral("while no controller is connected"));
         return;
     }
     analyseJson(json);
