@@ -1,12 +1,13 @@
 #pragma once
 
-#include "velk_global.h"
 #include "networkchannel.h"
+#include "velk_global.h"
 
 #include <QJsonObject>
 #include <QObject>
 
 class QAbstractSocket;
+class QHostAddress;
 
 namespace velk {
 
@@ -30,6 +31,9 @@ Q_SIGNALS:
     void socketError(const QString& error_str);
     // Malformed input that was skipped; the stream goes on after it.
     void packageError(const QString& error_str);
+    // UDP: a datagram dropped unread because it came from another sender
+    // than the peer the channel is narrowed to.
+    void datagramRefused(const QHostAddress& sender);
 
 private:
     friend class NetworkObject;
