@@ -1,7 +1,10 @@
 # What every test process runs with: the offscreen platform, UDP broadcasts
 # pointed at loopback so that no test sends a packet off this machine, and the
 # sanitizer's suppressions for Qt's own leaks.
-set(ZARVO_TEST_ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1")
+# Modules installed into the build tree's modules folder (the robot pages) are
+# not loaded by the hosts that tests start.
+set(ZARVO_TEST_ENVIRONMENT
+    "QT_QPA_PLATFORM=offscreen;ZARVO_BROADCAST_ADDRESS=127.0.0.1;ZARVO_MODULES_DIR=")
 if(ZARVO_SANITIZE)
     list(APPEND ZARVO_TEST_ENVIRONMENT
         "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/lsan.supp")

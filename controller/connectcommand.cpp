@@ -4,7 +4,27 @@
 #include "module/managerhelper.h"
 #include "settings/settingmanager.h"
 
+#include <QHostAddress>
 #include <QJsonObject>
+#include <QRegularExpression>
+
+namespace {
+
+// Only a literal address: a typo such as 999.1.1.1 must not be saved and
+// then tried at every start. Qt alone would also take "10.1" or "167772161".
+bool isAddressLiteral(const QString& ip)
+{
+    static const QRegularExpression ipv4(QStringLiteral(
+        "^((25[0-5]|2[0-4]\\d|1\\d\\d|[1-9]?\\d)\\.){3}(25[0-5]|2[0-4]\\d|1\\d\\d|[1-9]?\\d)$"));
+    if (ipv4.match(ip).hasMatch()) {
+        return true;
+    }
+    QHostAddress address;
+    return ip.contains(QLatin1Char(':')) && address.setAddress(ip) &&
+           address.protocol() == QAbstractSocket::IPv6Protocol;
+}
+
+} // namespace
 
 ConnectCommand::ConnectCommand(ControllerManager* manager)
     : velk::BaseCommand(QStringLiteral("rc.connect"), true, manager)
@@ -39,7 +59,7 @@ void ConnectCommand::execute(const QString& args)
     if (portAt >= 0) {
         port = args.mid(portAt + 6).trimmed().toInt();
     }
-    if (ip.isEmpty() || port == 0) {
+    if (!isAddressLiteral(ip) || port < 1 || port > 65535) {
         error(velk::BaseCommand::tr("invalid ip or port specified"));
         return;
     }

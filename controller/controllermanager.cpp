@@ -30,6 +30,9 @@ const QString kRcTcp = QStringLiteral("rc_tcp");
 const QString kUpgradeUdp = QStringLiteral("upgrade_udp");
 const QString kUpgradeTcp = QStringLiteral("upgrade_tcp");
 
+int gUpgradeLocalPort = 4568;
+int gUpgradeRemotePort = 4567;
+
 // The configured local address counts only when this host really has it;
 // anything else (a stale setting from another panel PC) binds to any address.
 QHostAddress localAddress(const QString& configured)
@@ -70,6 +73,13 @@ ControllerManager::ControllerManager(QObject* parent)
 {
     velk::m().regist(this, name());
     connect(m_heartbeat, &QTimer::timeout, this, &ControllerManager::heartbeat);
+    m_clock.start();
+}
+
+void ControllerManager::setUpgradeDiscoveryPorts(int local, int remote)
+{
+    gUpgradeLocalPort = local;
+    gUpgradeRemotePort = remote;
 }
 
 ControllerManager::~ControllerManager()
@@ -133,6 +143,10 @@ void ControllerManager::registerChannels()
     if (rcUdp->handle()) {
         connect(rcUdp->handle(), &velk::NetworkHandle::jsonObtained, this,
                 &ControllerManager::analyseUdpJson);
+        connect(rcUdp->handle(), &velk::NetworkHandle::datagramRefused, this,
+                [this](const QHostAddress& from) {
+                    refuseUdp(QStringLiteral("from %1, not the controller").arg(from.toString()));
+                });
     }
 
     velk::net().regist(kRcTcp, velk::TCP, velk::NetworkChannel(any, any, 0, 0));
@@ -149,8 +163,10 @@ void ControllerManager::registerChannels()
         // The framework skips what is no JSON object and reads on; that our
         // controller sent it belongs in the module's log as an error.
         connect(rcTcp->handle(), &velk::NetworkHandle::packageError, this,
-                [](const QString& error) {
-                    zarvo::errorLog().nospace() << "unusable packet from rc: " << error;
+                [this](const QString& error) {
+                    peerError(QStringLiteral("unusable packet"),
+                              QStringLiteral("unusable packet from rc: ") + zarvo::excerpt(error),
+                              false);
                 });
         connect(rcTcp->socket(), &QAbstractSocket::connected, this,
                 &ControllerManager::onControllerConnected);
@@ -158,7 +174,9 @@ void ControllerManager::registerChannels()
                 &ControllerManager::onControllerDisconnected);
     }
 
-    velk::net().regist(kUpgradeUdp, velk::UDP, velk::NetworkChannel(local, broadcast, 4568, 4567));
+    velk::net().regist(
+        kUpgradeUdp, velk::UDP,
+        velk::NetworkChannel(local, broadcast, gUpgradeLocalPort, gUpgradeRemotePort));
     velk::NetworkObject* upgradeUdp = velk::net(kUpgradeUdp);
     if (upgradeUdp->handle()) {
         connect(upgradeUdp->handle(), &velk::NetworkHandle::jsonObtained, this,
@@ -245,6 +263,9 @@ bool ControllerManager::isDetecting() const
 void ControllerManager::onControllerConnected()
 {
     m_connected = true;
+    // From now on UDP is heard from the controller only, also during the
+    // first heartbeat's wait.
+    narrowUdp();
     // The very first heartbeat is decisive: one failure ends the connection.
     m_missed = 1;
     const unsigned int session = ++m_session;
@@ -336,17 +357,30 @@ void ControllerManager::startDetecting()
 void ControllerManager::stopDetecting()
 {
     m_detecting = false;
+    narrowUdp();
+}
+
+void ControllerManager::narrowUdp()
+{
     velk::NetworkObject* rcUdp = velk::net(kRcUdp);
     if (!rcUdp->isValid() || !rcUdp->handle()) {
         return;
     }
-    // Outside a round only our own controller may talk to us over UDP.
-    if (m_connected) {
-        rcUdp->setPeerAddress(QHostAddress(
-            setting()->getObj(QStringLiteral("server")).value(QStringLiteral("ip")).toString()));
-    } else {
+    if (!m_connected) {
+        // Sends go out as broadcasts; what comes in is sorted in analyseUdpJson().
         rcUdp->setPeerAddress(QHostAddress(QHostAddress::Broadcast));
+        return;
     }
+    // Outside a round only our own controller may talk to us over UDP. The
+    // address the TCP link really reached wins over the setting's text,
+    // which might not name one host ("0.0.0.0" reaches this one).
+    QHostAddress controller(
+        setting()->getObj(QStringLiteral("server")).value(QStringLiteral("ip")).toString());
+    const QAbstractSocket* socket = velk::net(kRcTcp)->socket();
+    if (socket && !socket->peerAddress().isNull()) {
+        controller = socket->peerAddress();
+    }
+    rcUdp->setPeerAddress(controller);
 }
 
 void ControllerManager::handleUpgradeUdpJson(const QJsonObject& json)

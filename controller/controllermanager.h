@@ -1,9 +1,12 @@
 #pragma once
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
+
+#include "services/logthrottle.h"
 
 #include <pomr/bmodule.h>
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -33,6 +36,19 @@ public:
     static constexpr int RequestTimeout = 4800;
     static constexpr int ExecTimeout = 1600;
     static constexpr int DetectRound = 1000;
+
+    // What one packet's data may bring: levels of nesting and values in all.
+    static constexpr int MaxPacketDepth = 64;
+    static constexpr int MaxPacketNodes = 10000;
+    // Nodes the controller's data may add to the catalogue beyond its
+    // templates over the whole run; a packet that would go past is refused.
+    static constexpr int MaxCatalogueGrowth = 50000;
+    // A refused UDP packet is logged at most this often.
+    static constexpr int UdpRefusalLogInterval = 60000;
+
+    // The upgrade server's discovery ports (local 4568, remote 4567). Taken
+    // at init(); tests move them to free ports.
+    static void setUpgradeDiscoveryPorts(int local, int remote);
 
     explicit ControllerManager(QObject* parent = nullptr);
     ~ControllerManager() override;
@@ -71,8 +87,9 @@ public:
     // Synchronous requests: wait up to 1600 ms in a nested event loop (any
     // slot may run meanwhile) and return the result object "exec": value true
     // with the response data as children, false after an error code or a
-    // time-out. The empty node when not connected. A later synchronous
-    // request overwrites "exec".
+    // time-out. The empty node when not connected. When it returns, "exec"
+    // holds the answer to this very request, whatever other requests were
+    // answered meanwhile; a later synchronous request overwrites it.
     velk::ModuleObject* execRequest(const QString& module, const QString& command,
                                     const QJsonValue& data, bool verbose);
     velk::ModuleObject* execRequest(const QString& name, velk::ModuleObject* data, bool verbose);
@@ -91,6 +108,10 @@ public:
                                      const QString& command, const QJsonValue& data);
 
     int pendingCount() const;
+    // UDP packets dropped because they did not come from the connected controller.
+    int refusedUdpCount() const;
+    // Nodes the controller's data has added to the catalogue so far.
+    int catalogueGrowth() const;
 
 Q_SIGNALS:
     void rcConnected();
@@ -111,6 +132,7 @@ private:
     void response(const QJsonObject& json);
     void notify(const QJsonObject& json);
     void handleErrorCode(const QString& name, int code);
+    QString errorCodeText(const QString& name, int code);
     void asyncTimeout(const QString& id, PendingCommand* record);
     void execTimeout(const QString& id, bool verbose);
     void clearPending();
@@ -119,6 +141,35 @@ private:
     velk::ModuleObject* templateOrData(const QString& name, velk::ModuleObject* data);
     void registerChannels();
     QString commandText(const QString& fullName) const;
+    // Imports a packet's data below `target` within the bounds above; false,
+    // with one log line, when it is refused. `fullName` names the command.
+    bool importData(velk::ModuleObject* target, const QJsonValue& data, const QString& fullName,
+                    bool intoCatalogue);
+    // An error line caused by the peer: thrown unless its kind is over its
+    // burst, with a summary of what was held back.
+    void peerError(const QString& kind, const QString& text, bool hmiRecord = true);
+    void flushPeerErrors();
+    // Counts a dropped UDP packet; `why` goes into the (rare) log line.
+    void refuseUdp(const QString& why);
+    void narrowUdp();
+
+    // The answer to one synchronous request, kept apart from "exec" so that
+    // nested requests cannot swap answers.
+    struct ExecAnswer
+    {
+        bool answered = false;
+        bool ok = false;
+        bool hasData = false;
+        QJsonValue data;
+    };
+    QHash<QString, ExecAnswer> m_answers;
+    LogThrottle m_peerErrors;
+    bool m_peerFlushScheduled = false;
+    QElapsedTimer m_clock;
+    int m_grown = 0;
+    int m_udpRefused = 0;
+    int m_udpRefusedLogged = 0;
+    qint64 m_udpLoggedAt = -1;
 
     bool m_connected = false;
     bool m_detecting = false;

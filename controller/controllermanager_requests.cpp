@@ -14,12 +14,63 @@
 
 #include <QCryptographicHash>
 #include <QEventLoop>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTimer>
 
 namespace {
+
 const QString kRcTcp = QStringLiteral("rc_tcp");
+
+// What importing a packet's data would do: values it holds, nodes it adds.
+struct Measure
+{
+    int nodes = 0;
+    int created = 0;
+    bool tooDeep = false;
+    bool tooMany = false;
+};
+
+// Walks `value` beside the nodes it would land on (`existing`, null where
+// nothing is yet). Stops at the first bound it crosses, so it costs at most
+// MaxPacketNodes steps whatever the packet holds.
+void measure(const QJsonValue& value, velk::ModuleObject* existing, int depth, Measure& m)
+{
+    if (m.tooDeep || m.tooMany) {
+        return;
+    }
+    if (depth > ControllerManager::MaxPacketDepth) {
+        m.tooDeep = true;
+        return;
+    }
+    if (value.isObject()) {
+        const QJsonObject object = value.toObject();
+        for (auto it = object.constBegin(); it != object.constEnd() && !m.tooDeep; ++it) {
+            if (++m.nodes > ControllerManager::MaxPacketNodes) {
+                m.tooMany = true;
+                return;
+            }
+            velk::ModuleObject* child =
+                existing && existing->hasCmobj(it.key()) ? existing->cmobj(it.key()) : nullptr;
+            if (!child) {
+                ++m.created;
+            }
+            measure(it.value(), child, depth + 1, m);
+        }
+    } else if (value.isArray()) {
+        // Arrays become one value, but they weigh on memory all the same.
+        const QJsonArray array = value.toArray();
+        for (auto it = array.constBegin(); it != array.constEnd() && !m.tooDeep; ++it) {
+            if (++m.nodes > ControllerManager::MaxPacketNodes) {
+                m.tooMany = true;
+                return;
+            }
+            measure(*it, nullptr, depth + 1, m);
+        }
+    }
 }
+
+} // namespace
 
 QString ControllerManager::requestId(const QString& module, const QString& command,
                                      const QJsonValue& data)
@@ -49,6 +100,91 @@ int ControllerManager::pendingCount() const
     return m_pending.size();
 }
 
+int ControllerManager::refusedUdpCount() const
+{
+    return m_udpRefused;
+}
+
+int ControllerManager::catalogueGrowth() const
+{
+    return m_grown;
+}
+
+bool ControllerManager::importData(velk::ModuleObject* target, const QJsonValue& data,
+                                   const QString& fullName, bool intoCatalogue)
+{
+    Measure m;
+    measure(data, intoCatalogue ? target : nullptr, 1, m);
+    QString reason;
+    if (m.tooDeep) {
+        reason = QStringLiteral("nested deeper than %1 levels").arg(MaxPacketDepth);
+    } else if (m.tooMany) {
+        reason = QStringLiteral("more than %1 values").arg(MaxPacketNodes);
+    } else if (intoCatalogue && m.created > MaxCatalogueGrowth - m_grown) {
+        reason = QStringLiteral("%1 new keys would grow the catalogue past %2 added nodes")
+                     .arg(m.created)
+                     .arg(MaxCatalogueGrowth);
+    }
+    if (!reason.isEmpty()) {
+        // The link stays up: the packet's data is dropped, nothing else.
+        peerError(QStringLiteral("refused data"),
+                  QStringLiteral("Refused the data of %1 from rc: %2")
+                      .arg(zarvo::excerpt(fullName), reason));
+        return false;
+    }
+    if (intoCatalogue) {
+        m_grown += m.created;
+    }
+    return target->importFromJson(this, data, true, true, intoCatalogue);
+}
+
+void ControllerManager::peerError(const QString& kind, const QString& text, bool hmiRecord)
+{
+    int held = 0;
+    const bool write = m_peerErrors.allow(kind, m_clock.elapsed(), &held);
+    if (held > 0) {
+        zarvo::warnLog().nospace() << held << " similar lines suppressed (" << kind << ")";
+    }
+    if (!write) {
+        if (!m_peerFlushScheduled) {
+            // Whatever was held back is reported even if the peer falls silent.
+            m_peerFlushScheduled = true;
+            QTimer::singleShot(int(m_peerErrors.window()), this,
+                               &ControllerManager::flushPeerErrors);
+        }
+        return;
+    }
+    if (hmiRecord) {
+        ManagerHelper::throwLog(this, QStringLiteral("error"), text);
+    } else {
+        zarvo::errorLog() << text;
+    }
+}
+
+void ControllerManager::flushPeerErrors()
+{
+    m_peerFlushScheduled = false;
+    const QHash<QString, int> held = m_peerErrors.flush();
+    for (auto it = held.cbegin(); it != held.cend(); ++it) {
+        zarvo::warnLog().nospace()
+            << it.value() << " similar lines suppressed (" << it.key() << ")";
+    }
+}
+
+void ControllerManager::refuseUdp(const QString& why)
+{
+    ++m_udpRefused;
+    const qint64 now = m_clock.elapsed();
+    if (m_udpLoggedAt >= 0 && now - m_udpLoggedAt < UdpRefusalLogInterval) {
+        return;
+    }
+    m_udpLoggedAt = now;
+    zarvo::warnLog().nospace() << "refused " << m_udpRefused - m_udpRefusedLogged
+                               << " UDP packet(s) since the last report; the last one "
+                               << zarvo::excerpt(why, 100);
+    m_udpRefusedLogged = m_udpRefused;
+}
+
 bool ControllerManager::request(const QString& module, const QString& command,
                                 const QJsonValue& data)
 {
@@ -67,7 +203,7 @@ bool ControllerManager::request(const QString& module, const QString& command,
     m_pending.insert(id, record);
     QTimer::singleShot(RequestTimeout, record, [this, id, record] { asyncTimeout(id, record); });
 
-    zarvo::debugLog() << "req:" << packet;
+    zarvo::debugLog() << "req:" << zarvo::excerpt(packet);
     velk::net(kRcTcp)->writeJsonPackage(packet, true);
     return true;
 }
@@ -127,26 +263,39 @@ velk::ModuleObject* ControllerManager::execRequest(const QString& module, const 
     const QString id = QStringLiteral("#%1#%2.%3").arg(m_counter++).arg(module, command);
     const QJsonObject packet = requestPacket(id, module, command, data);
     if (verbose) {
-        zarvo::debugLog() << "ereq:" << packet;
+        zarvo::debugLog() << "ereq:" << zarvo::excerpt(packet);
     }
     velk::net(kRcTcp)->writeJsonPackage(packet, true);
     m_exec->quiet(!verbose, false);
 
     auto* loop = new QEventLoop(this);
     m_loops.insert(id, loop);
+    m_answers.insert(id, ExecAnswer());
     QTimer::singleShot(ExecTimeout, this, [this, id, verbose] { execTimeout(id, verbose); });
     loop->exec();
     m_loops.remove(id);
     delete loop;
+
+    // Requests nested in the wait (the heartbeat, a console command) wrote
+    // "exec" with their own answers: hand back this request's.
+    const ExecAnswer answer = m_answers.take(id);
+    m_exec->quiet(!verbose, false);
+    m_exec->clear(this, true, false);
+    if (answer.hasData) {
+        m_exec->importFromJson(this, answer.data, true, true, false);
+    }
+    m_exec->set(this, QVariant(answer.answered && answer.ok));
     return m_exec;
 }
 
 void ControllerManager::execTimeout(const QString& id, bool verbose)
 {
-    QEventLoop* loop = m_loops.value(id);
+    QEventLoop* loop = m_loops.take(id);
     if (!loop) {
         return;
     }
+    // Out of the hash at once: an answer arriving before the loop has
+    // unwound is late, not this request's.
     if (m_connected && verbose) {
         ManagerHelper::throwLog(
             this, QStringLiteral("error"),
@@ -196,10 +345,21 @@ void ControllerManager::analyseUdpJson(const QJsonObject& json)
     const bool discovery =
         json.value(QStringLiteral("module")).toString() == QLatin1String("system") &&
         json.value(QStringLiteral("command")).toString() == QLatin1String("controller.detect");
-    // During a round only answers to it count; outside one only the rest.
-    if (discovery == m_detecting) {
-        analyseJson(json);
+    if (discovery) {
+        // During a round only answers to it count, from whoever answers.
+        if (m_detecting) {
+            analyseJson(json);
+        }
+        return;
     }
+    // Anyone on the network can send a datagram: outside a round only the
+    // connected controller is heard (the channel is narrowed to its address).
+    if (m_detecting || !m_connected) {
+        refuseUdp(m_detecting ? QStringLiteral("not a discovery answer, during a discovery round")
+                              : QStringLiteral("while no controller is connected"));
+        return;
+    }
+    analyseJson(json);
 }
 
 void ControllerManager::analyseJson(const QJsonObject& json)
@@ -215,54 +375,63 @@ void ControllerManager::response(const QJsonObject& json)
 {
     const QJsonValue idValue = json.value(QStringLiteral("id"));
     if (!idValue.isString()) {
-        ManagerHelper::throwLog(
-            this, QStringLiteral("error"),
-            tr("Invalid response id in %1")
-                .arg(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact))));
+        peerError(QStringLiteral("invalid response"),
+                  tr("Invalid response id in %1").arg(zarvo::excerpt(json)));
         return;
     }
     const QString id = idValue.toString();
     const bool hasError = json.contains(QStringLiteral("error_code"));
     const bool hasData = json.contains(QStringLiteral("data"));
     const int code = json.value(QStringLiteral("error_code")).toInt(0);
+    const QJsonValue data = json.value(QStringLiteral("data"));
 
     if (id.startsWith(QLatin1Char('#'))) {
         if (!m_exec->isQuiet()) {
-            zarvo::debugLog() << "eres:" << json;
+            zarvo::debugLog() << "eres:" << zarvo::excerpt(json);
         }
         const QString fullName = id.section(QLatin1Char('#'), -1);
+        QEventLoop* loop = m_loops.value(id);
         if (hasError) {
-            handleErrorCode(fullName, code);
+            if (loop) {
+                handleErrorCode(fullName, code);
+            } else {
+                peerError(QStringLiteral("error code"), errorCodeText(fullName, code));
+            }
         }
         m_exec->clear(this, true, false);
-        if (hasData) {
-            m_exec->importFromJson(this, json.value(QStringLiteral("data")), true, true, false);
-        }
+        const bool imported = !hasData || importData(m_exec, data, fullName, false);
         m_exec->set(this, QVariant(!hasError));
-        QEventLoop* loop = m_loops.value(id);
         if (loop) {
+            ExecAnswer& answer = m_answers[id];
+            answer.answered = true;
+            answer.ok = !hasError;
+            answer.hasData = hasData && imported;
+            answer.data = answer.hasData ? data : QJsonValue();
             loop->quit();
         } else {
             // The wait had timed out; the late data stays in "exec" all the same.
-            zarvo::warnLog().nospace() << "exec command: " << fullName << " is not looped";
+            peerError(
+                QStringLiteral("not looped"),
+                QStringLiteral("exec command: %1 is not looped").arg(zarvo::excerpt(fullName)),
+                false);
         }
         return;
     }
 
     PendingCommand* record = m_pending.take(id);
     if (!record) {
-        ManagerHelper::throwLog(this, QStringLiteral("error"),
-                                tr("Unrecognized response [%1]!").arg(id));
+        peerError(QStringLiteral("unrecognized response"),
+                  tr("Unrecognized response [%1]!").arg(zarvo::excerpt(id)));
         return;
     }
-    zarvo::debugLog() << "res:" << json;
+    zarvo::debugLog() << "res:" << zarvo::excerpt(json);
     const QString fullName = record->fullName();
     record->deleteLater();
 
     velk::ModuleObject* command = cmdMobj(fullName);
     if (command->isEmptyMobj()) {
-        ManagerHelper::throwLog(this, QStringLiteral("error"),
-                                tr("Unrecognized response: %1!").arg(commandText(fullName)));
+        peerError(QStringLiteral("unrecognized response"),
+                  tr("Unrecognized response: %1!").arg(zarvo::excerpt(commandText(fullName))));
         return;
     }
     if (hasError) {
@@ -271,7 +440,7 @@ void ControllerManager::response(const QJsonObject& json)
     if (hasData) {
         velk::ModuleObject* target = command->insert(this, QStringLiteral("response"), false)
                                          ->insert(this, QStringLiteral("data"), false);
-        target->importFromJson(this, json.value(QStringLiteral("data")), true, true, true);
+        importData(target, data, fullName, true);
     }
     command->set(this, QVariant(!hasError));
     command->activate(this, command, velk::ActivateData);
@@ -281,24 +450,30 @@ void ControllerManager::notify(const QJsonObject& json)
 {
     const QString module = json.value(QStringLiteral("module")).toString();
     const QString commandName = json.value(QStringLiteral("command")).toString();
-    zarvo::debugLog() << "n:" << module << commandName;
+    zarvo::debugLog() << "n:" << zarvo::excerpt(module) << zarvo::excerpt(commandName);
 
     velk::ModuleObject* command = velk::m(velk::mName(name(), module, commandName));
     if (command->isEmptyMobj() || module.isEmpty() || commandName.isEmpty()) {
-        ManagerHelper::throwLog(this, QStringLiteral("error"),
-                                tr("Unrecognized notification: %1!")
-                                    .arg(commandText(velk::mName(module, commandName))));
+        peerError(QStringLiteral("unrecognized notification"),
+                  tr("Unrecognized notification: %1!")
+                      .arg(zarvo::excerpt(commandText(velk::mName(module, commandName)))));
         return;
     }
     if (json.contains(QStringLiteral("data"))) {
         velk::ModuleObject* target = command->insert(this, QStringLiteral("notify"), false)
                                          ->insert(this, QStringLiteral("data"), false);
-        target->importFromJson(this, json.value(QStringLiteral("data")), true, true, true);
+        importData(target, json.value(QStringLiteral("data")), velk::mName(module, commandName),
+                   true);
     }
     command->activate(this, command, velk::ActivateData);
 }
 
 void ControllerManager::handleErrorCode(const QString& name, int code)
+{
+    ManagerHelper::throwLog(this, QStringLiteral("error"), errorCodeText(name, code));
+}
+
+QString ControllerManager::errorCodeText(const QString& name, int code)
 {
     const QString language = setting()->getStr(QStringLiteral("language"), QStringLiteral("cn"));
     // Failures come as negative numbers; the tables are keyed without the sign.
@@ -315,6 +490,5 @@ void ControllerManager::handleErrorCode(const QString& name, int code)
         text = tr("unknown error [%1]").arg(key);
     }
     const QString suffix = text == QLatin1String("-") ? QString() : QStringLiteral(": ") + text;
-    ManagerHelper::throwLog(this, QStringLiteral("error"),
-                            tr("Command %1 failed%2").arg(commandText(name), suffix));
+    return tr("Command %1 failed%2").arg(zarvo::excerpt(commandText(name)), suffix);
 }

@@ -3,25 +3,37 @@
 #include "exitcode.h"
 #include "headlessconsole.h"
 #include "headlessdialogguard.h"
+#include "hostlog.h"
 #include "hostmodule.h"
+#include "linksupervisor.h"
 #include "mainwindow.h"
+#include "moduleloader.h"
 #include "pluginloader.h"
 #include "quitcommand.h"
 #include "signalwatcher.h"
+#include "statuspanel.h"
+#include "uicommand.h"
 #include "waitcommand.h"
+#include "windowmenus.h"
 
 #include <pomr/lifecycledriver.h>
 #include <pomr/shell.h>
+#include <pomr/statusbar.h>
 #include <velk/commandmanager.h>
+#include <velk/qlog.h>
 #include <velk/velk.h>
 
 #include <QApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QMenuBar>
 #include <QPointer>
+#include <QStatusBar>
 
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 namespace hmi {
 
@@ -34,6 +46,7 @@ int exitCodeFor(PluginLoader::Status status)
         return ExitSymbolMissing;
     case PluginLoader::FactoryFailed:
         return ExitFactoryFailed;
+    case PluginLoader::KitMismatch:
     case PluginLoader::NotLoadable:
     case PluginLoader::NotLoaded:
         return ExitPluginNotLoadable;
@@ -77,7 +90,16 @@ int HostApplication::run()
     connect(&quit, &QuitCommand::quitRequested, this, &HostApplication::requestQuit);
     velk::command().regist(&quit);
 
-    std::unique_ptr<MainWindow> window;
+    // The window exists headless too (on the offscreen platform), so that
+    // scripts can inspect, click and photograph the same widgets an operator
+    // sees; only a windowed run hands it to the plug-ins as their parent.
+    std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
+    connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
+    std::vector<std::unique_ptr<UiCommand>> uiCommands;
+    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+        uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
+        velk::command().regist(uiCommands.back().get());
+    }
     std::unique_ptr<HeadlessConsole> console;
     std::unique_ptr<WaitCommand> wait;
     std::unique_ptr<HeadlessDialogGuard> guard;
@@ -91,8 +113,6 @@ int HostApplication::run()
         guard = std::make_unique<HeadlessDialogGuard>();
         guard->install();
     } else {
-        window = std::make_unique<MainWindow>();
-        connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
         host.setWindow(window.get());
     }
 
@@ -105,13 +125,62 @@ int HostApplication::run()
     }
     host.addSubmodule(module);
 
+    // Further modules join after the core module, so that the managers they
+    // call exist, and run their lifecycle after it in load order.
+    ModuleLoader extras;
+    const QList<QPointer<pomr::BModule>> extraModules = [&] {
+        QList<QPointer<pomr::BModule>> created;
+        const QStringList files = ModuleLoader::moduleFiles(
+            HostOptions::modulesDir(QCoreApplication::applicationDirPath()),
+            m_options.moduleFiles(), loader.fileName());
+        // A core module that names no kit version (a stand-in) checks nothing.
+        const QList<pomr::BModule*> modules = extras.load(files, &host, loader.kitVersion());
+        for (pomr::BModule* extra : modules) {
+            host.addSubmodule(extra);
+            created.append(extra);
+        }
+        return created;
+    }();
+    const QVector<ModuleLoader::Failure> failures = extras.failures();
+    for (const ModuleLoader::Failure& failure : failures) {
+        reportLeftOut(failure.reason, !m_options.headless());
+    }
+
     SignalWatcher terminations;
     connect(&terminations, &SignalWatcher::terminationRequested, this,
             &HostApplication::requestQuit);
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
-    if (window) {
+    // After the lifecycle, when the link, its channel and its commands exist.
+    LinkSupervisor link;
+    link.setEnabled(m_options.reconnect());
+    link.attach();
+    QStatusBar* statusBar = pomr::instantiatedStatusBar(this)->getStatusbar();
+    // Owned by the status bar, which the shell deletes at the end.
+    auto* panel = new StatusPanel;
+    statusBar->addPermanentWidget(panel, 1);
+    panel->attach(velk::m(QStringLiteral("zarvo.r"), nullptr));
+    connect(&link, &LinkSupervisor::statusChanged, panel,
+            [panel, &link](const QString& text) { panel->setLink(link.state(), text); });
+    panel->setLink(link.state(), link.statusText());
+    if (m_options.headless()) {
+        // Nobody looks at an offscreen status bar: what it says goes to the log.
+        panel->setLogChanges(true);
+        connect(statusBar, &QStatusBar::messageChanged, this, [](const QString& text) {
+            if (!text.isEmpty()) {
+                hostLog('i', QStringLiteral("toast: ") + text);
+            }
+        });
+    }
+    WindowMenus menus;
+    menus.install(window->menuBar());
+    const QString layoutFile = QDir::current().absoluteFilePath(QStringLiteral("config/hmi.ini"));
+    if (!m_options.headless()) {
+        window->restoreLayout(layoutFile);
+    }
+    // Headless on a real display the window stays hidden: nobody asked for it.
+    if (!m_options.headless() || QGuiApplication::platformName() == QLatin1String("offscreen")) {
         window->show();
     }
     if (console) {
@@ -124,7 +193,20 @@ int HostApplication::run()
         console->stop();
     }
     m_console = nullptr;
+    if (!m_options.headless()) {
+        // What the operator arranged is kept even when the file cannot be
+        // written (a read-only config/): QSettings then just does nothing.
+        window->saveLayout(layoutFile);
+    }
+    link.detach();
     driver.shutdown(&host);
+    // Later modules may use what the earlier ones provide: delete in reverse.
+    for (int i = extraModules.size() - 1; i >= 0; --i) {
+        if (pomr::BModule* extra = extraModules.at(i)) {
+            host.removeSubmodule(extra);
+            delete extra;
+        }
+    }
     if (module) {
         host.removeSubmodule(module);
         delete module.data();
@@ -184,6 +266,22 @@ bool HostApplication::displayAvailable()
     return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
            !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+void HostApplication::reportLeftOut(const QString& reason, bool inWindow)
+{
+    // A broken optional module must not stop the operator's HMI, but it must
+    // not go unnoticed either: standard error, the log file and the window.
+    const QString text = QStringLiteral("module left out: ") + reason;
+    printError(QStringLiteral("zarvo-hmi: ") + text);
+    velk::QFLog(QStringLiteral("\033[33m"),
+                QStringLiteral("[W|%1]").arg(
+                    QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz"))),
+                QString(), QStringLiteral("./log/zarvo"), QStringLiteral("log"))
+        << text;
+    if (inWindow) {
+        pomr::instantiatedStatusBar(this)->getStatusbar()->showMessage(text);
+    }
 }
 
 void HostApplication::printError(const QString& text)

@@ -36,6 +36,9 @@ public Q_SLOTS:
     void requestQuit();
 
 private:
+    // A module plug-in that could not be loaded: the reason names its file.
+    void reportLeftOut(const QString& reason, bool inWindow);
+
     HostOptions m_options;
     HeadlessConsole* m_console = nullptr;
     bool m_quitRequested = false;

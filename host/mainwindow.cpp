@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "consolewidget.h"
+#include "logdock.h"
 
 #include <pomr/centerwidget.h>
 #include <pomr/shell.h>
@@ -12,6 +13,7 @@
 #include <QDockWidget>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QSettings>
 #include <QVBoxLayout>
 
 namespace hmi {
@@ -20,6 +22,7 @@ MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
     , m_console(new ConsoleWidget)
     , m_consoleDock(new QDockWidget(tr("Console"), this))
+    , m_logDock(new LogDock(this))
 {
     setObjectName(QStringLiteral("wgtMainWindow"));
     setWindowTitle(QStringLiteral("zarvo HMI"));
@@ -54,6 +57,12 @@ MainWindow::MainWindow(QWidget* parent)
     // Operators do not need it; service staff open it when they do.
     m_consoleDock->hide();
 
+    m_logDock->setAllowedAreas(Qt::BottomDockWidgetArea | Qt::TopDockWidgetArea |
+                               Qt::RightDockWidgetArea);
+    addDockWidget(Qt::BottomDockWidgetArea, m_logDock);
+    tabifyDockWidget(m_consoleDock, m_logDock);
+    m_logDock->hide();
+
     m_consoleAction = m_consoleDock->toggleViewAction();
     m_consoleAction->setText(tr("&Console"));
     m_consoleAction->setShortcut(QKeySequence(Qt::Key_F12));
@@ -68,10 +77,58 @@ MainWindow::MainWindow(QWidget* parent)
     m_quitAction->setShortcut(QKeySequence::Quit);
     connect(m_quitAction, &QAction::triggered, this, &MainWindow::quitRequested);
 
-    QMenu* file = menuBar()->addMenu(tr("&File"));
+    QMenu* file = menuBar()->addMenu(QString());
+    m_fileMenu = file;
     file->addAction(m_quitAction);
-    QMenu* view = menuBar()->addMenu(tr("&View"));
+    QMenu* view = menuBar()->addMenu(QString());
+    m_viewMenu = view;
     view->addAction(m_consoleAction);
+    QAction* logAction = m_logDock->toggleViewAction();
+    logAction->setObjectName(QStringLiteral("actLog"));
+    view->addAction(logAction);
+    m_consoleAction->setObjectName(QStringLiteral("actConsole"));
+    m_quitAction->setObjectName(QStringLiteral("actQuit"));
+    retranslate();
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    // The plug-in installs the translation of the configured language after
+    // this window exists: the texts follow when it does.
+    if (event->type() == QEvent::LanguageChange) {
+        retranslate();
+    }
+    QMainWindow::changeEvent(event);
+}
+
+void MainWindow::retranslate()
+{
+    m_consoleDock->setWindowTitle(tr("Console"));
+    m_consoleAction->setText(tr("&Console"));
+    m_quitAction->setText(tr("&Quit"));
+    m_fileMenu->setTitle(tr("&File"));
+    m_viewMenu->setTitle(tr("&View"));
+    m_logDock->toggleViewAction()->setText(tr("&Log"));
+    m_logDock->setWindowTitle(tr("Log"));
+}
+
+bool MainWindow::restoreLayout(const QString& file)
+{
+    const QSettings settings(file, QSettings::IniFormat);
+    const QByteArray geometry = settings.value(QStringLiteral("window/geometry")).toByteArray();
+    const QByteArray state = settings.value(QStringLiteral("window/state")).toByteArray();
+    // A damaged or foreign file restores nothing rather than something odd.
+    const bool placed = !geometry.isEmpty() && restoreGeometry(geometry);
+    const bool docked = !state.isEmpty() && restoreState(state);
+    return placed && docked;
+}
+
+void MainWindow::saveLayout(const QString& file) const
+{
+    QSettings settings(file, QSettings::IniFormat);
+    settings.setValue(QStringLiteral("window/geometry"), saveGeometry());
+    settings.setValue(QStringLiteral("window/state"), saveState());
+    settings.sync();
 }
 
 MainWindow::~MainWindow() = default;

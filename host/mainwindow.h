@@ -4,14 +4,16 @@
 
 class QAction;
 class QDockWidget;
+class QMenu;
 
 namespace hmi {
 
 class ConsoleWidget;
+class LogDock;
 
 // The window of the HMI: the shell's side bar on the left, its centre pages
-// beside it, its status bar at the bottom, and the console in a dock that F12
-// or View > Console shows and hides.
+// beside it, its status bar at the bottom, the console in a dock that F12
+// or View > Console shows and hides, and the log records in a dock beside it.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -24,6 +26,12 @@ public:
     QDockWidget* consoleDock() const { return m_consoleDock; }
     QAction* consoleAction() const { return m_consoleAction; }
     QAction* quitAction() const { return m_quitAction; }
+    LogDock* logDock() const { return m_logDock; }
+
+    // Window geometry and dock state of the last run, from `file` (an INI
+    // file; the host passes config/hmi.ini of the working directory).
+    bool restoreLayout(const QString& file);
+    void saveLayout(const QString& file) const;
 
 Q_SIGNALS:
     // The operator closed the window or chose File > Quit.
@@ -31,12 +39,18 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     ConsoleWidget* m_console;
     QDockWidget* m_consoleDock;
     QAction* m_consoleAction;
     QAction* m_quitAction;
+    LogDock* m_logDock;
+    QMenu* m_fileMenu = nullptr;
+    QMenu* m_viewMenu = nullptr;
+
+    void retranslate();
 };
 
 } // namespace hmi

@@ -51,6 +51,37 @@ bool PluginLoader::load()
     return true;
 }
 
+QString PluginLoader::kitVersion()
+{
+    using VersionFunction = const char* (*)();
+    if (!m_library.isLoaded()) {
+        return QString();
+    }
+    const auto version = reinterpret_cast<VersionFunction>(m_library.resolve("zarvoKitVersion"));
+    const char* text = version ? version() : nullptr;
+    // Bounded: the text comes from a foreign library and ends up in a log line.
+    return text ? QString::fromUtf8(text, int(qstrnlen(text, 64))) : QString();
+}
+
+bool PluginLoader::checkKitVersion(const QString& required)
+{
+    const QString own = kitVersion();
+    if (own == required) {
+        return true;
+    }
+    // Calling into a module built against other headers could crash on a
+    // class whose layout changed; refusing it before its factory runs cannot.
+    m_status = KitMismatch;
+    m_factory = nullptr;
+    m_error = own.isEmpty()
+                  ? QStringLiteral("module %1 does not say which kit it was built with (the core "
+                                   "module is kit %2); rebuild it with zarvo_add_module()")
+                        .arg(m_file, required)
+                  : QStringLiteral("module %1 was built with kit %2, the core module is kit %3")
+                        .arg(m_file, own, required);
+    return false;
+}
+
 pomr::BModule* PluginLoader::createModule(QObject* parent)
 {
     if (!m_factory) {

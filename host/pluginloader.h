@@ -25,6 +25,7 @@ public:
         NotLoadable,   // missing file, not a library, unresolved symbols, ...
         SymbolMissing, // loaded, but no newModule
         FactoryFailed, // newModule returned null
+        KitMismatch,   // built against another version of the kit
     };
 
     explicit PluginLoader(const QString& file);
@@ -39,6 +40,12 @@ public:
     bool load();
     // Call the factory (load() must have succeeded). Null on failure.
     pomr::BModule* createModule(QObject* parent);
+
+    // The kit version the library says it was built with (its exported
+    // zarvoKitVersion()); empty when it does not say (load() first).
+    QString kitVersion();
+    // Refuse the library (status KitMismatch) unless it was built with `required`.
+    bool checkKitVersion(const QString& required);
 
     Status status() const { return m_status; }
     QString errorString() const { return m_error; }

@@ -6,14 +6,19 @@
 #include "services/rsyncrunner.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
+#include "widgets/basepage.h"
 
 #include <pomr/bmodule.h>
+#include <pomr/centerwidget.h>
+#include <pomr/shell.h>
+#include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
 
 #include <QDateTime>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonObject>
 
 ManagerHelper& ManagerHelper::instance()
@@ -62,6 +67,10 @@ ControllerManager* ManagerHelper::getControllerManager() const
 bool ManagerHelper::registQrcAlias(const QString& alias)
 {
     if (m_aliases.contains(alias)) {
+        // The first module keeps the alias and its files; a second one would
+        // silently shadow or lose them.
+        zarvo::warnLog() << "resource alias" << alias
+                         << "is registered already; the second registration is refused";
         return false;
     }
     m_aliases.append(alias);
@@ -190,6 +199,34 @@ QProcess* ManagerHelper::rsyncProcess() const
     return m_rsync->process();
 }
 
+void ManagerHelper::installBaseSettingCategoryModule(pomr::BModule* category)
+{
+    if (!category) {
+        return;
+    }
+    pomr::CenterWidget* center = pomr::instantiatedCenterWidget(category);
+    const QString categoryName = category->name();
+    QJsonArray pages;
+    const QList<pomr::BModule*> submodules = category->submodules();
+    for (pomr::BModule* submodule : submodules) {
+        // A module of another kind has no label and no page: listing it would
+        // put an entry into the navigation that leads nowhere.
+        auto* page = qobject_cast<zarvo::BasePage*>(submodule);
+        QWidget* widget = page ? page->wgt() : nullptr;
+        if (!widget) {
+            zarvo::warnLog() << category << "not a setting page:" << submodule;
+            continue;
+        }
+        if (center) {
+            center->addPage(category, QStringLiteral("%1.%2").arg(categoryName, page->name()),
+                            widget);
+        }
+        pages.append(QJsonObject{{QStringLiteral("name"), page->name()},
+                                 {QStringLiteral("label"), page->label()}});
+    }
+    velk::resource().set(category, QStringLiteral("navtree"), categoryName, pages, true);
+}
+
 ManagerHelper& helper()
 {
     return ManagerHelper::instance();
@@ -208,4 +245,44 @@ SettingManager* setting()
 ThemeManager* theme()
 {
     return ManagerHelper::instance().getThemeManager();
+}
+
+void ManagerHelper::installSideTree(pomr::BModule* module, const QString& prefix)
+{
+    const QString roots = QStringLiteral("zarvo.sidetree.root");
+    velk::ModuleObject* root = velk::m(prefix.isEmpty() ? roots : velk::mName(roots, prefix));
+    auto* page = qobject_cast<zarvo::BasePage*>(module);
+    if (root->isEmptyMobj() || !page) {
+        return;
+    }
+    const QString separator = velk::ModuleManager::separator();
+    const QString name = page->name();
+    const QString key = prefix.isEmpty() ? name : velk::mName(prefix, name);
+    // Submodule lists can form a cycle; no real page tree comes near this depth.
+    constexpr int maxDepth = 32;
+    if (name.isEmpty() || name.contains(separator) || name.startsWith(QLatin1Char('_')) ||
+        name.startsWith(QLatin1Char('[')) || key.count(separator) >= maxDepth) {
+        zarvo::warnLog() << "page not usable in the side tree:" << key.left(120);
+        return;
+    }
+    if (QWidget* widget = page->wgt()) {
+        if (pomr::CenterWidget* center = pomr::instantiatedCenterWidget(page)) {
+            center->addPage(page, key, widget);
+        }
+    }
+    velk::ModuleObject* item = root->cmobj(name);
+    if (item->isEmptyMobj()) {
+        // Indexed at once but announced only by the insert, after its label and watch are
+        // in place, so that the tree builds the button whole.
+        item = new velk::ModuleObject(name, root);
+        item->set(page, page->label());
+        item->watch(true, false);
+        root->insert(page, item, true);
+    } else if (item->getString() != page->label()) {
+        item->set(page, page->label());
+    }
+    const QList<pomr::BModule*> submodules = page->submodules();
+    for (pomr::BModule* submodule : submodules) {
+        installSideTree(submodule, key);
+    }
 }

@@ -7,9 +7,13 @@
 #include "services/modulelog.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
+#include "widgets/operationrecorder.h"
+#include "widgets/sidetree.h"
 
 #include <velk/modulemanager.h>
 #include <velk/velk.h>
+
+#include <QApplication>
 
 Zarvo::Zarvo(QObject* parent)
     : pomr::BModule(parent)
@@ -37,9 +41,23 @@ void Zarvo::setup()
     addSubmodule(theme());
     addSubmodule(new zarvo::Runtime(this));
     addSubmodule(new zarvo::Constant(this));
+    // The side tree is made of widgets; a process without a widget application (a tool that
+    // only drives the link) goes without it rather than aborting.
+    if (qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        addSubmodule(new zarvo::SideTree(this));
+    }
 }
 
 void Zarvo::init() {}
+
+void Zarvo::afterInit()
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app || findChild<OperationRecorder*>(QString(), Qt::FindDirectChildrenOnly)) {
+        return; // one recorder, or every press would be logged twice
+    }
+    app->installEventFilter(new OperationRecorder(this));
+}
 
 void Zarvo::render() {}
 

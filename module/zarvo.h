@@ -19,6 +19,7 @@ public:
 
     void setup() override;
     void init() override;
+    void afterInit() override;
     void render() override;
     void idle() override;
     void detach() override;

@@ -6,7 +6,7 @@
 // request named in "_set"/"request" whenever someone else changes it. Names
 // are a string, or a list when the string is empty.
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QList>
 #include <QString>

@@ -5,7 +5,7 @@
 // never copied, counted or measured. Nothing here logs; partial work is never
 // rolled back.
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QString>
 

@@ -3,7 +3,7 @@
 // Standard sentences and the status-bar line that every module uses to talk
 // to the operator.
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QString>
 

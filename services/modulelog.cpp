@@ -1,5 +1,6 @@
 #include "services/modulelog.h"
 
+#include <QJsonDocument>
 #include <QLoggingCategory>
 
 namespace zarvo {
@@ -71,6 +72,18 @@ velk::QLog debugLog()
     }
     return velk::QLog(QStringLiteral("\033[32m"), QStringLiteral("[d|%1]").arg(logTime()),
                       QString());
+}
+
+QString excerpt(const QString& text, int max)
+{
+    return velk::QLog::escaped(text, max);
+}
+
+QString excerpt(const QJsonObject& json, int max)
+{
+    // Only what is shown is worth serialising twice; a packet is at most a
+    // few MiB, and the serialiser already escapes control characters.
+    return excerpt(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)), max);
 }
 
 void setDebugLogEnabled(bool on)

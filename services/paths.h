@@ -5,7 +5,7 @@
 // command files) are found through the resource aliases, a file on disk
 // before the compiled-in one.
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QString>
 

@@ -6,7 +6,7 @@
 // spacing follow the theme's size zoom. Each layout remembers the zoom
 // already applied to it (user-data slot 0), so a walk never scales twice.
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QList>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <pomr/bmodule.h>
 
@@ -35,10 +35,22 @@ public:
     // ./config/setting.json
     QString filePath() const;
 
+    // `doc` with every member whose JSON type differs from the same member of
+    // `defaults` replaced by the default (objects are compared member by
+    // member; a number where the default is a whole number must be one too).
+    // The slash-joined keys that were replaced go to `replaced`.
+    static QJsonObject conformTo(const QJsonObject& doc, const QJsonObject& defaults,
+                                 QStringList* replaced = nullptr);
+
+    // Removes what a killed atomic write left in `folder`: files named like
+    // "<name>.json.XXXXXX". Returns how many were removed.
+    static int removeStaleTemporaries(const QString& folder);
+
 private:
     void checkFolders(const QString& alias);
     void checkLanguage(const QString& alias);
     void keepInvalidFile(const QString& path, const QString& error);
+    void useDefaultsWhereUnusable();
     void save();
 
     // Set when the file on disk must not be replaced (it could not be read,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <pomr/bmodule.h>
 
@@ -54,6 +54,10 @@ public:
 
     QString curThemeName() const;
     void setCurrentTheme(const QString& name);
+    bool hasTheme(const QString& name) const;
+    // Reads the current (and the default) theme file again, so that an edit
+    // of a theme file shows without a restart; emits themeChanged.
+    bool reloadTheme();
     QStringList getThemeNames() const;
     QString getThemeLabel(const QString& name) const;
 
@@ -64,6 +68,9 @@ public:
     double sizeZoom() const;
     // The font zoom as it is used: outside [0.1, 10] it counts as 1.0.
     double fontZoom() const;
+
+    // ./config/zvtheme.json
+    QString indexPath() const;
 
 Q_SIGNALS:
     // After a theme switch and after each change of a zoom factor.

@@ -2,6 +2,7 @@
 
 #include "services/modulelog.h"
 
+#include <velk/modulemanager.h>
 #include <velk/moduleobject.h>
 #include <velk/velk.h>
 
@@ -37,8 +38,12 @@ void BasePage::autoUpdate(bool level, bool mode, bool state, bool power)
     const bool flags[] = {level, mode, state, power};
     const char* paths[] = {"zarvo.r.level", "zarvo.r.mode", "zarvo.r.state", "zarvo.r.power"};
     for (int i = 0; i < 4; ++i) {
+        // Pages are built in their modules' setup, before the runtime model
+        // fills "zarvo.r" in its init: a lookup would then give the shared
+        // empty node, which never changes, and the page would never lock.
+        // The node is created where the runtime model will write it.
         if (flags[i])
-            connect(velk::m(QLatin1String(paths[i])), &velk::ModuleObject::changed, this,
+            connect(velk::m().ensure(QLatin1String(paths[i])), &velk::ModuleObject::changed, this,
                     &BasePage::updateAvailability);
     }
     m_level = level;

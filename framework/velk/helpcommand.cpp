@@ -5,6 +5,26 @@
 
 namespace velk {
 
+namespace {
+
+// Columns a terminal gives the text: East Asian wide and full-width
+// characters take two, so that Chinese usages line up with Latin ones.
+int displayWidth(const QString& text)
+{
+    int width = 0;
+    const QVector<uint> codes = text.toUcs4();
+    for (uint c : codes) {
+        const bool wide = (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0xA4CF) ||
+                          (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+                          (c >= 0xFE30 && c <= 0xFE4F) || (c >= 0xFF00 && c <= 0xFF60) ||
+                          (c >= 0xFFE0 && c <= 0xFFE6) || (c >= 0x20000 && c <= 0x3FFFD);
+        width += wide ? 2 : 1;
+    }
+    return width;
+}
+
+} // namespace
+
 HelpCommand::HelpCommand(QObject* parent)
     : BaseCommand(QStringLiteral("help"), true, parent)
 {
@@ -60,14 +80,16 @@ void HelpCommand::execute(const QString& args)
     for (const QString& listed : names) {
         const BaseCommand* command = manager.find(listed);
         commands.append(command);
-        width = qMax(width, command->usage().size());
+        width = qMax(width, displayWidth(command->usage()));
     }
     QStringList lines;
     for (const BaseCommand* command : qAsConst(commands)) {
         const QString description = command->description();
-        lines.append(description.isEmpty() ? command->usage()
-                                           : command->usage().leftJustified(width) +
-                                                 QStringLiteral("  ") + description);
+        const QString usage = command->usage();
+        lines.append(description.isEmpty()
+                         ? usage
+                         : usage + QString(width - displayWidth(usage) + 2, QLatin1Char(' ')) +
+                               description);
     }
     output(lines.join(QLatin1Char('\n')));
 }

@@ -3,7 +3,9 @@
 
 #include <QJsonDocument>
 #include <QJsonParseError>
+#include <QVarLengthArray>
 
+#include <algorithm>
 #include <cstring>
 
 namespace velk {
@@ -39,6 +41,147 @@ QString snippet(const char* data, int size)
         text += QStringLiteral("...");
     }
     return QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+
+// FNV-1a over UTF-16 code units, so that a key spelt with escapes or in
+// plain UTF-8 hashes the same as it will be stored.
+struct KeyHash
+{
+    quint64 value = 14695981039346656037ULL;
+    void add(char16_t unit) { value = (value ^ unit) * 1099511628211ULL; }
+};
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    return -1;
+}
+
+// The hash of the key text between the quotes, with escapes resolved.
+quint64 hashKey(const char* p, int size)
+{
+    KeyHash hash;
+    int plain = 0;
+    bool ascii = true;
+    for (int i = 0; i < size; ++i) {
+        ascii &= static_cast<unsigned char>(p[i]) < 0x80 && p[i] != '\\';
+    }
+    if (ascii) {
+        for (int i = 0; i < size; ++i) {
+            hash.add(char16_t(p[i]));
+        }
+        return hash.value;
+    }
+    const auto flush = [&](int end) {
+        if (end <= plain) {
+            return; // an escape at the very end stepped past it
+        }
+        const QString text = QString::fromUtf8(p + plain, end - plain);
+        for (const QChar c : text) {
+            hash.add(c.unicode());
+        }
+    };
+    for (int i = 0; i < size; ++i) {
+        if (p[i] != '\\' || i + 1 >= size) {
+            continue;
+        }
+        flush(i);
+        const char e = p[i + 1];
+        char16_t unit = char16_t(e);
+        int skip = 1;
+        switch (e) {
+        case 'b':
+            unit = '\b';
+            break;
+        case 'f':
+            unit = '\f';
+            break;
+        case 'n':
+            unit = '\n';
+            break;
+        case 'r':
+            unit = '\r';
+            break;
+        case 't':
+            unit = '\t';
+            break;
+        case 'u':
+            unit = 0;
+            for (int k = 0; k < 4 && i + 2 + k < size; ++k) {
+                unit = char16_t(unit * 16 + qMax(0, hexValue(p[i + 2 + k])));
+            }
+            skip = 5;
+            break;
+        default:
+            break;
+        }
+        hash.add(unit);
+        i += skip;
+        plain = i + 1;
+    }
+    flush(size);
+    return hash.value;
+}
+
+// Qt's parser loses the memory of an object or array that a later member of
+// the same name replaces: a peer repeating keys could grow the process
+// without end. Such a package is refused before it is parsed. The package
+// is balanced (the reader found its end); malformed ones fail the parser.
+bool hasRepeatedKey(const char* p, int size)
+{
+    struct Frame
+    {
+        int object; // -1 for an array
+        bool expectKey;
+    };
+    struct Key
+    {
+        int object;
+        quint64 hash;
+        bool operator<(const Key& o) const
+        {
+            return object != o.object ? object < o.object : hash < o.hash;
+        }
+        bool operator==(const Key& o) const { return object == o.object && hash == o.hash; }
+    };
+    QVarLengthArray<Frame, 32> stack;
+    QVarLengthArray<Key, 64> keys;
+    int objects = 0;
+    for (int i = 0; i < size; ++i) {
+        const char c = p[i];
+        if (c == '"') {
+            int end = i + 1;
+            while (end < size && p[end] != '"') {
+                end += p[end] == '\\' ? 2 : 1;
+            }
+            if (!stack.isEmpty() && stack.last().expectKey) {
+                keys.append({stack.last().object, hashKey(p + i + 1, qMin(end, size) - i - 1)});
+                stack.last().expectKey = false;
+            }
+            i = end;
+        } else if (c == '{') {
+            stack.append({objects++, true});
+        } else if (c == '[') {
+            stack.append({-1, false});
+        } else if ((c == '}' || c == ']') && !stack.isEmpty()) {
+            stack.removeLast();
+        } else if (c == ',' && !stack.isEmpty() && stack.last().object >= 0) {
+            stack.last().expectKey = true;
+        }
+    }
+    if (keys.size() < 2) {
+        return false;
+    }
+    std::sort(keys.begin(), keys.end());
+    return std::adjacent_find(keys.begin(), keys.end()) != keys.end();
 }
 
 inline void setError(QString* error, const QString& text)
@@ -155,7 +298,8 @@ JsonStreamReader::Result JsonStreamReader::next(QJsonObject* object, QString* er
                 const void* lineBreak = std::memchr(data + i, '\n', size_t(size - i));
                 const int length =
                     lineBreak ? int(static_cast<const char*>(lineBreak) - data) - i : -1;
-                if (length > 0 && length <= m_maxSize) {
+                // A repeated key takes the careful road too, which refuses it.
+                if (length > 0 && length <= m_maxSize && !hasRepeatedKey(data + i, length)) {
                     QJsonParseError parseError;
                     const QJsonDocument doc = QJsonDocument::fromJson(
                         QByteArray::fromRawData(data + i, length), &parseError);
@@ -228,6 +372,11 @@ JsonStreamReader::Result JsonStreamReader::next(QJsonObject* object, QString* er
             const int length = end - start + 1;
             if (length > m_maxSize) {
                 setError(error, internal::oversizePackageError(m_maxSize));
+                return Error;
+            }
+            if (hasRepeatedKey(data + start, length)) {
+                setError(error, QStringLiteral("dropped a JSON package with a repeated key: %1")
+                                    .arg(snippet(data + start, length)));
                 return Error;
             }
             QJsonParseError parseError;

@@ -15,7 +15,8 @@ namespace velk {
 // Malformed input is skipped and reported without losing what follows: text
 // outside an object is skipped up to the next "{"; a line break inside an open
 // object (never valid in compact JSON) abandons that object; a balanced object
-// that does not parse, or that is valid JSON but not an object, is dropped.
+// that does not parse, that repeats a key within one object, or that is
+// valid JSON but not an object, is dropped.
 // An object growing past maxPackageSize() is dropped up to the next line break,
 // so the buffer never grows without bound.
 class VELK_EXPORT JsonStreamReader

@@ -82,7 +82,14 @@ bool ModuleManager::regist(QObject* module, const QString& name)
     }
     const QPointer<QObject> holder = d->modules.value(name);
     if (holder && holder != module) {
-        internal::error(QStringLiteral("module name \"%1\" is held by another module").arg(name));
+        // Two modules of one HMI must not share a name: the second is refused
+        // and the first keeps its tree, so say which two collided.
+        const auto describe = [](const QObject* object) {
+            return QStringLiteral("%1 \"%2\"")
+                .arg(QLatin1String(object->metaObject()->className()), object->objectName());
+        };
+        internal::error(QStringLiteral("module name \"%1\" is held by %2; %3 is refused")
+                            .arg(name, describe(holder), describe(module)));
         return false;
     }
     d->modules.insert(name, module);

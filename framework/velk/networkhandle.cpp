@@ -257,6 +257,10 @@ void NetworkHandle::Private::readUdp()
         }
         if (filter &&
             !datagram.senderAddress().isEqual(acceptFrom, QHostAddress::TolerantConversion)) {
+            Q_EMIT q->datagramRefused(datagram.senderAddress());
+            if (!guard) {
+                return;
+            }
             continue;
         }
         // A datagram is complete in itself: nothing carries over to the next one.

@@ -9,6 +9,7 @@
 #include <functional>
 
 class QAbstractSocket;
+class QHostAddress;
 
 namespace velk {
 
@@ -53,6 +54,9 @@ Q_SIGNALS:
     // Packets dropped by coalescing since the last report; at most one report
     // a minute, the first at once.
     void packagesCoalesced(qint64 count);
+    // UDP: a datagram dropped unread because it came from another sender
+    // than the peer the channel is narrowed to.
+    void datagramRefused(const QHostAddress& sender);
 
 private:
     friend class NetworkObject;

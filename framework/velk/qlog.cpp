@@ -158,6 +158,67 @@ bool QLog::isEnabled() const
     return m_enabled;
 }
 
+namespace {
+
+inline bool needsEscape(char16_t c)
+{
+    return c < 0x20 || (c >= 0x7f && c <= 0x9f) || c == 0x2028 || c == 0x2029 ||
+           (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069);
+}
+
+void appendEscape(QString& out, char16_t c)
+{
+    switch (c) {
+    case '\n':
+        out += QLatin1String("\\n");
+        return;
+    case '\r':
+        out += QLatin1String("\\r");
+        return;
+    case '\t':
+        out += QLatin1String("\\t");
+        return;
+    default:
+        break;
+    }
+    if (c < 0x100) {
+        out += QStringLiteral("\\x%1").arg(uint(c), 2, 16, QLatin1Char('0'));
+    } else {
+        out += QStringLiteral("\\u%1").arg(uint(c), 4, 16, QLatin1Char('0'));
+    }
+}
+
+} // namespace
+
+QString QLog::escaped(const QString& text, int max)
+{
+    const int size = text.size();
+    const char16_t* data = reinterpret_cast<const char16_t*>(text.constData());
+    int clean = 0;
+    while (clean < size && !needsEscape(data[clean])) {
+        ++clean;
+    }
+    if (clean == size && (max < 0 || size <= max)) {
+        return text;
+    }
+    // The cut counts what is shown, escapes included.
+    const int limit = max < 0 ? std::numeric_limits<int>::max() : max;
+    QString out = text.left(qMin(clean, limit));
+    out.reserve(qMin(size, limit) + 32);
+    int i = out.size();
+    for (; i < size && out.size() < limit; ++i) {
+        if (needsEscape(data[i])) {
+            appendEscape(out, data[i]);
+        } else {
+            out += QChar(data[i]);
+        }
+    }
+    if (i < size) {
+        out += QStringLiteral(" ...(%1 characters)").arg(size);
+    }
+    return out;
+}
+
 QLog& QLog::appendItem(const QString& item)
 {
     if (!m_enabled) {
@@ -166,7 +227,7 @@ QLog& QLog::appendItem(const QString& item)
     if (m_space && !m_first) {
         m_items += QLatin1Char(' ');
     }
-    m_items += item;
+    m_items += escaped(item, MaxItemLength);
     m_first = false;
     return *this;
 }
@@ -324,8 +385,14 @@ QString QLog::timeStamp(qint64 msecsSinceEpoch)
     return text;
 }
 
-void QLog::setConsoleEnabled(bool on) { consoleFlag() = on; }
-bool QLog::isConsoleEnabled() { return consoleFlag(); }
+void QLog::setConsoleEnabled(bool on)
+{
+    consoleFlag() = on;
+}
+bool QLog::isConsoleEnabled()
+{
+    return consoleFlag();
+}
 
 QFLog::QFLog(const QString& colour, const QString& prefix, const QString& extra,
              const QString& filePath, const QString& logName)

@@ -14,7 +14,9 @@ namespace velk {
 // A log line built as a stream and written when the object is destroyed:
 //   <colour><prefix>[ <extra>] <item> <item> ...\033[0m
 // on standard error. Text items (QString, const char*, string variants) are
-// written as they are: no quotes, no escapes, so Chinese stays readable. JSON
+// written without quotes, so Chinese stays readable, but with control
+// characters escaped (see escaped()) and cut after MaxItemLength: whatever an
+// item holds, it cannot forge a line of its own or steer a terminal. JSON
 // values are written as compact JSON; anything else in QDebug's form.
 //
 //   velk::QLog("\033[32m", "[d|06/01 10:00:00.000]", "").space() << "n:" << name;
@@ -60,6 +62,15 @@ public:
 
     // The line as built so far, without colour codes.
     QString text() const;
+
+    // The longest item a line takes whole.
+    static constexpr int MaxItemLength = 4096;
+
+    // `text` with C0 and C1 control characters, DEL, the line and paragraph
+    // separators and the bidirectional controls written as escapes ("\n",
+    // "\t", "\x1b", "\u202e"), cut after `max` characters (a negative
+    // `max`: no cut) with " ...(N characters)" giving the full length.
+    static QString escaped(const QString& text, int max = -1);
 
     // A disabled stream formats nothing and writes nothing, so a filtered-out
     // line costs next to nothing on a hot path.

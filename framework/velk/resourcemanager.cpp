@@ -322,6 +322,7 @@ bool ResourceManager::set(QObject* owner, const QString& name, const QString& ke
     if (notify) {
         // The writer is the owner: resources are written on their owner's behalf.
         d->notify(owner, name, parts.join(kKeySeparator), before, after);
+        Q_EMIT written(owner, name, key, value);
     }
     return true;
 }

@@ -61,6 +61,11 @@ public:
     // The owner of the first published resource called `name`, or null.
     QObject* getModulePtr(QObject* requester, const QString& name, bool* ok = nullptr) const;
 
+Q_SIGNALS:
+    // Every notified write, whoever owns the resource: for listeners that
+    // follow one key across owners (the latest log record of any module).
+    void written(QObject* owner, const QString& name, const QString& key, const QJsonValue& value);
+
 private:
     ResourceManager();
     Q_DISABLE_COPY(ResourceManager)

@@ -53,6 +53,8 @@ public:
         if (!velk::JsonFile::write(QStringLiteral("config/setting.json"), settings)) {
             return false;
         }
+        // No fixed port anywhere: a simulator or another run may hold 4567/4568.
+        ControllerManager::setUpgradeDiscoveryPorts(0, sim.upgradeUdpPort());
         module = new Zarvo;
         if (!connect) {
             // Everything but the first connection attempt of idle().

@@ -14,6 +14,7 @@
 #include <QCryptographicHash>
 #include <QFile>
 #include <QJsonDocument>
+#include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -95,12 +96,20 @@ public:
         m_server.listen(QHostAddress::LocalHost, 0);
         QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] {
             while (QTcpSocket* socket = m_server.nextPendingConnection()) {
+                m_socket = socket;
                 QObject::connect(socket, &QTcpSocket::readyRead, socket, [=] { read(socket); });
                 QObject::connect(socket, &QTcpSocket::disconnected, socket, [this] { ++closed; });
             }
         });
     }
     quint16 port() const { return m_server.serverPort(); }
+    // Unasked, on the latest connection.
+    void send(const QByteArray& bytes)
+    {
+        if (m_socket) {
+            m_socket->write(bytes);
+        }
+    }
 
     bool answering = true;
     QString name = QStringLiteral("Zarvo");
@@ -127,6 +136,7 @@ private:
     }
 
     QTcpServer m_server;
+    QPointer<QTcpSocket> m_socket;
 };
 
 // The packets of `command` in a spy of RcSimulator::requestReceived.

@@ -47,6 +47,11 @@ private Q_SLOTS:
         QTest::addColumn<bool>("valid");
         QTest::newRow("ip, then port") << "-ip=127.0.0.1 -port=%1" << true;
         QTest::newRow("port first") << "-port=%1 -ip=127.0.0.1" << false;
+        QTest::newRow("ip out of range") << "-ip=999.1.1.1 -port=%1" << false;
+        QTest::newRow("ip in short form") << "-ip=127.1 -port=%1" << false;
+        QTest::newRow("host name") << "-ip=localhost -port=%1" << false;
+        QTest::newRow("port out of range") << "-ip=127.0.0.1 -port=99999" << false;
+        QTest::newRow("port negative") << "-ip=127.0.0.1 -port=-5" << false;
     }
 
     // "-port=" takes the rest of the line; refused, nothing changes.

@@ -1,5 +1,5 @@
 // Discovery rounds over UDP and the narrowing of the UDP channel to the
-// controller. The only test executable that binds the upgrade server's 4567.
+// controller. The upgrade server's discovery ports are moved to free ones.
 
 #include "linkprobes.h"
 
@@ -75,9 +75,11 @@ class tst_ControllerManagerDiscovery : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        // On loopback 4568 is ours even while others hold it on the any address.
+        QVERIFY(m_upgradeServer.bind(QHostAddress::LocalHost, 0));
         QVERIFY(startLinked(fixture, {{"local", QJsonObject{{"ip", "127.0.0.1"}}}}));
-        QVERIFY(m_upgradeServer.bind(QHostAddress::LocalHost, 4567));
+        // Greetings go to this silent server, not to the simulator, which would answer.
+        velk::net("upgrade_udp")
+            ->tryConnectToHost(QHostAddress::LocalHost, m_upgradeServer.localPort());
     }
     void init()
     {
@@ -87,7 +89,8 @@ private Q_SLOTS:
     void cleanupTestCase() { fixture.stop(); }
 
     // A round hears only discovery answers, from anyone; outside one all else,
-    // while connected from the controller's address only.
+    // from the connected controller's address only: while no controller is
+    // connected, nobody can set the state shown to the operator.
     void udpFilters()
     {
         QUdpSocket own, stranger;
@@ -95,6 +98,7 @@ private Q_SLOTS:
         QVERIFY(stranger.bind(QHostAddress("127.0.0.2"), 0));
         NotifyLog changes("system.state.change", "operate");
         NotifyLog answers("system.controller.detect", "alias");
+        const int refused = rc()->refusedUdpCount();
         post(stranger, "state.change", "stranger");
         QVERIFY(sendFrom(own, "state.change", "own"));
         QVERIFY(sendFrom(own, "controller.detect", "outside the round"));
@@ -106,7 +110,10 @@ private Q_SLOTS:
         QVERIFY(sendFrom(own, "state.change", "own again"));
         QVERIFY(fixture.disconnectLink());
         QVERIFY(sendFrom(stranger, "state.change", "unlinked"));
-        QCOMPARE(changes.values, (QStringList{"own", "own again", "unlinked"}));
+        QVERIFY(sendFrom(own, "state.change", "own unlinked"));
+        QCOMPARE(changes.values, (QStringList{"own", "own again"}));
+        // Both strangers, the change during the round and both unlinked ones.
+        QCOMPARE(rc()->refusedUdpCount() - refused, 5);
         QVERIFY(answers.values.contains("stranger"));
         QVERIFY(!answers.values.contains("outside the round"));
     }
@@ -137,7 +144,8 @@ private Q_SLOTS:
         if (afterRound) {
             QVERIFY(roundOver());
         }
-        m_upgradeServer.writeDatagram(compact(answer), QHostAddress::LocalHost, 4568);
+        m_upgradeServer.writeDatagram(compact(answer), QHostAddress::LocalHost,
+                                      velk::net("upgrade_udp")->socket()->localPort());
         QVERIFY(handled(got, answer));
         QCOMPARE(found.count(), detected ? 1 : 0);
     }

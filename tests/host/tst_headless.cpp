@@ -94,6 +94,10 @@ private Q_SLOTS:
     void failures_data();
     void failures();
     void realPluginInEmptyDirectory();
+    void furtherModulesAndBrokenOnes();
+    void kitVersions_data();
+    void kitVersions();
+    void sideTreeOfAModule();
 };
 
 void TestHeadless::script_data()
@@ -211,6 +215,111 @@ void TestHeadless::realPluginInEmptyDirectory()
     }
     QVERIFY(QFileInfo(dir.filePath(QStringLiteral("config/setting.json"))).isFile());
     QVERIFY(QFileInfo(dir.filePath(QStringLiteral("log"))).isDir());
+}
+
+void TestHeadless::furtherModulesAndBrokenOnes()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString missing = QStringLiteral("/nonexistent/libextra.so");
+    QStringList args = fakeArgs(dir.path());
+    for (const QString& file :
+         {QStringLiteral(FAKE_SECOND_PLUGIN), missing, QStringLiteral(FAKE_NOSYMBOL_PLUGIN),
+          QStringLiteral(FAKE_NULLFACTORY_PLUGIN), QStringLiteral(FAKE_SECOND_PLUGIN)}) {
+        args << QStringLiteral("--module") << file;
+    }
+    const Run run = runHmi(args, "fake2.echo second\nfake.echo core\nquit\n");
+
+    // Every broken module is named with its reason; the HMI runs on with the good ones.
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    QCOMPARE(run.out, (QStringList{"second", "core"}));
+    for (const QString& part : {QStringLiteral("cannot load plug-in ") + missing,
+                                QStringLiteral("does not export newModule()"),
+                                QStringLiteral("newModule() returned no module")}) {
+        QVERIFY2(hasLine(run.err, QStringLiteral("zarvo-hmi: module left out: "), part),
+                 qPrintable(run.describe()));
+        QVERIFY2(QString::fromUtf8(readFile(dir.filePath(QStringLiteral("log/zarvo.log"))))
+                     .contains(part),
+                 qPrintable(part));
+    }
+    // The core module first, the further ones in the order given, each once; torn down
+    // in reverse.
+    QCOMPARE(linesOf(readFile(dir.filePath(QStringLiteral("modules-order.txt")))),
+             (QStringList{"fake setup", "fake2 setup", "fake init", "fake2 init", "fake render",
+                          "fake2 render", "fake idle", "fake2 idle", "fake beforeDetach",
+                          "fake2 beforeDetach", "fake detach", "fake2 detach", "fake2 destroyed",
+                          "fake destroyed"}));
+}
+
+void TestHeadless::kitVersions_data()
+{
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QString>("command"); // its echo command, when it must load
+    QTest::addColumn<QString>("refusal");
+
+    QTest::newRow("same kit") << QStringLiteral(FAKE_SAMEKIT_PLUGIN)
+                              << QStringLiteral("samekit.echo") << QString();
+    QTest::newRow("other kit") << QStringLiteral(FAKE_OLDKIT_PLUGIN) << QString()
+                               << QStringLiteral("was built with kit 0.0.1, the core module is "
+                                                 "kit " ZARVO_KIT_VERSION_OF_BUILD);
+    QTest::newRow("kit unknown") << QStringLiteral(FAKE_SECOND_PLUGIN) << QString()
+                                 << QStringLiteral("does not say which kit it was built with");
+}
+
+// Against the real core module, which names its kit version.
+void TestHeadless::kitVersions()
+{
+    QFETCH(QString, module);
+    QFETCH(QString, command);
+    QFETCH(QString, refusal);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QByteArray input = command.isEmpty() ? QByteArray("quit\n")
+                                               : (command + QStringLiteral(" up\nquit\n")).toUtf8();
+    const Run run = runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
+                            QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--workdir"),
+                            dir.path(), QStringLiteral("--module"), module},
+                           input);
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    if (refusal.isEmpty()) {
+        QCOMPARE(run.out, QStringList{"up"});
+    } else {
+        QVERIFY2(hasLine(run.err, QStringLiteral("zarvo-hmi: module left out: module ") + module,
+                         refusal),
+                 qPrintable(run.describe()));
+        QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("modules-order.txt"))));
+    }
+}
+
+void TestHeadless::sideTreeOfAModule()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const Run run =
+        runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
+                QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--module"),
+                QStringLiteral(FAKE_PAGETREE_PLUGIN), QStringLiteral("--workdir"), dir.path()},
+               "fake.shown\n"
+               "mobj.set zarvo.sidetree.cur_root service\n"
+               "fake.shown\n"
+               "mobj.get zarvo.sidetree.root\n"
+               "mobj.set zarvo.sidetree.cur_root nowhere\n"
+               "fake.shown\n");
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    // The first root installed shows its first page; switching the root shows the other.
+    const QStringList expected{"cell.fence", "zarvo.sidetree.cur_root = \"service\"",
+                               "service.log"};
+    QVERIFY2(run.out.size() > 4 && run.out.mid(0, 3) == expected, qPrintable(run.describe()));
+    const QString tree = run.out.mid(3).join(QLatin1Char('\n'));
+    for (const char* label :
+         {"\"fence\": \"Fence\"", "\"light\": \"Light curtain\"", "\"log\": \"Log\""}) {
+        QVERIFY2(tree.contains(QLatin1String(label)), qPrintable(run.describe()));
+    }
+    // A root no module installed leaves the page shown as it was.
+    QCOMPARE(run.out.constLast(), QStringLiteral("service.log"));
+    QVERIFY2(run.err.contains(QStringLiteral("switch to wrong root: nowhere")),
+             qPrintable(run.describe()));
 }
 
 QTEST_GUILESS_MAIN(TestHeadless)

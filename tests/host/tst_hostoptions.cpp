@@ -42,10 +42,12 @@ void TestHostOptions::parse_data()
     runs("plug-in from the environment", {}, "env.so", false, "/base/env.so");
     runs("option beats environment", {"--plugin", "/opt.so"}, "/env.so", false, "/opt.so");
     runs("workdir", {"--workdir", "run", "--headless"}, {}, true, fallback, "/base/run");
+    runs("further modules", {"--module", "a.so", "--module=/m/b.so"}, {}, false, fallback);
     stops("help", {"--headless", "-h"}, HostOptions::ShowHelp);
     stops("version", {"--version"}, HostOptions::ShowVersion);
     stops("unknown option", {"--bogus"}, HostOptions::UsageError, "bogus");
     stops("empty value", {"--workdir="}, HostOptions::UsageError, "workdir");
+    stops("empty module", {"--module="}, HostOptions::UsageError, "module");
     stops("stray argument", {"--headless", "extra"}, HostOptions::UsageError, "extra");
 }
 
@@ -71,6 +73,9 @@ void TestHostOptions::parse()
     QCOMPARE(options.headless(), headless);
     QCOMPARE(options.resolvedPluginFile(QStringLiteral("/opt/zarvo/bin")), plugin);
     QCOMPARE(options.workDir(), workdir);
+    QCOMPARE(options.moduleFiles(), args.contains(QStringLiteral("--module"))
+                                        ? QStringList({"/base/a.so", "/m/b.so"})
+                                        : QStringList());
     QVERIFY(options.errorText().isEmpty());
 }
 

@@ -7,6 +7,7 @@
 #include "runtime/runtime.h"
 #include "settings/settingmanager.h"
 #include "theme/thememanager.h"
+#include "widgets/sidetree.h"
 
 #include <pomr/lifecycledriver.h>
 #include <velk/modulemanager.h>
@@ -40,10 +41,11 @@ private Q_SLOTS:
     {
         m_driver.runPhase(m_zarvo, pomr::LifecycleDriver::Setup);
         const QList<pomr::BModule*> subs = m_zarvo->submodules();
-        QCOMPARE(subs.size(), 5);
+        QCOMPARE(subs.size(), 6);
         QVERIFY(subs.at(0) == setting() && subs.at(1) == rc() && subs.at(2) == theme());
         QVERIFY(qobject_cast<zarvo::Runtime*>(subs.at(3)));
         QVERIFY(qobject_cast<zarvo::Constant*>(subs.at(4)));
+        QVERIFY(qobject_cast<zarvo::SideTree*>(subs.at(5)));
         // The module owns its own submodules, never the managers.
         QCOMPARE(subs.at(3)->parent(), m_zarvo.data());
         QVERIFY(!setting()->parent() && !rc()->parent() && !theme()->parent());
@@ -55,7 +57,7 @@ private Q_SLOTS:
         QPointer<ControllerManager> controller = rc();
         QPointer<ThemeManager> themes = theme();
         m_driver.shutdown(m_zarvo);
-        QCOMPARE(m_zarvo->submodules().size(), 2);
+        QCOMPARE(m_zarvo->submodules().size(), 3);
         QVERIFY(settings && controller && themes);
         QVERIFY(setting() == settings && rc() == controller && theme() == themes);
         delete m_zarvo;

@@ -118,6 +118,87 @@ private Q_SLOTS:
         QCOMPARE(readFile(kFile), readFile(kTemplate));
         QCOMPARE(readFile("config/" + kept[0]), content);
     }
+
+    void wrongTypes_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QStringList>("replaced"); // keys named by a W line
+        QTest::newRow("port as text") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":"abc"}})")
+                                      << QStringList{"server/port"};
+        QTest::newRow("port with a fraction")
+            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":5050.5}})")
+            << QStringList{"server/port"};
+        QTest::newRow("section as a list")
+            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000},"udp":[1]})")
+            << QStringList{"udp"};
+        QTest::newRow("all right, keys missing")
+            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000}})") << QStringList();
+    }
+
+    // A wrong value takes the template's default for that key alone, with one
+    // W line naming it; the user's other values stay.
+    void wrongTypes()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QStringList, replaced);
+        QVERIFY(writeFile(kFile, content));
+        SettingManager settings;
+        settings.installQrc("zarvo");
+        const QJsonObject defaults = velk::JsonFile::read(kTemplate).toObject();
+        const QJsonObject server = settings.getObj("server");
+        QCOMPARE(server.value("ip"), QJsonValue("10.0.0.2"));
+        QCOMPARE(server.value("port").toInt(), replaced.contains("server/port") ? 5050 : 6000);
+        if (replaced.contains("udp")) {
+            QCOMPARE(settings.getObj("udp"), defaults.value("udp").toObject());
+        }
+        const QStringList lines =
+            QString(readFile("log/zarvo.log")).split('\n').filter("has the wrong type");
+        QCOMPARE(lines.size(), replaced.size());
+        for (int i = 0; i < lines.size(); ++i) {
+            QVERIFY2(lines[i].startsWith("[W|") && lines[i].contains('"' + replaced[i] + '"'),
+                     qPrintable(lines[i]));
+        }
+        QCOMPARE(readFile(kFile), content); // kept until the next change
+    }
+
+    void unusable_data()
+    {
+        QTest::addColumn<QString>("blocker"); // made a folder where a file belongs, or vice versa
+        QTest::addColumn<QString>("reported");
+        QTest::newRow("working directory without a config folder") << "config"
+                                                                   << "Cannot create settings file";
+        QTest::newRow("settings file unreadable") << "config/setting.json/"
+                                                  << "Cannot read settings file";
+    }
+
+    // Not an empty address: the template's values, and one error at start.
+    void unusable()
+    {
+        QFETCH(QString, blocker);
+        QFETCH(QString, reported);
+        QVERIFY(blocker.endsWith('/') ? QDir().mkpath(blocker) : writeFile(blocker, "x"));
+        SettingManager settings;
+        settings.installQrc("zarvo");
+        const QJsonObject defaults = velk::JsonFile::read(kTemplate).toObject();
+        QCOMPARE(settings.getObj("server"), defaults.value("server").toObject());
+        QCOMPARE(settings.getStr("language"), QString("cn"));
+        QCOMPARE(QString(readFile("log/zarvo.log")).split('\n').filter(reported).size(), 1);
+    }
+
+    // What killed saves left is gone at start; nothing else is touched.
+    void staleTemporaries()
+    {
+        const QStringList stale{"setting.json.Ab3xYz", "zvtheme.json.000000"};
+        const QStringList kept{"setting.json.bad-20260101-120000", "notes.txt.Ab3xYz",
+                               "setting.json.Ab3xY", "setting.json"};
+        for (const QString& name : stale + kept) {
+            QVERIFY(writeFile("config/" + name, "{}"));
+        }
+        SettingManager settings;
+        const QStringList left = QDir("config").entryList(QDir::Files, QDir::Name);
+        QCOMPARE(left, (QStringList{"notes.txt.Ab3xYz", "setting.json", "setting.json.Ab3xY",
+                                    "setting.json.bad-20260101-120000"}));
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_SettingManager)

@@ -176,6 +176,21 @@ private Q_SLOTS:
         QCOMPARE(m_error.count(), 1);
     }
 
+    void helpAlignsByDisplayWidth()
+    {
+        // Fifteen wide characters: 33 columns on a terminal, the widest usage here.
+        RecordingCommand wide(QStringLiteral("zz.") + QString(15, QChar(0x5BBD)));
+        QVERIFY(command().regist(&wide));
+        m_output.clear();
+        QVERIFY(command().execute("help"));
+        const QStringList lines = only(m_output).split('\n');
+        const QString wideLine = lines.value(command().names().indexOf(wide.name()));
+        const QString alphaLine = lines.value(command().names().indexOf("zz.alpha"));
+        QCOMPARE(wideLine.indexOf("records"), 3 + 15 + 2);
+        QCOMPARE(alphaLine.indexOf("records"), 3 + 30 + 2);
+        m_output.clear();
+    }
+
     // clang-format off
     void mobjGet_data()
     {

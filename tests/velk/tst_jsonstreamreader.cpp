@@ -73,6 +73,9 @@ private Q_SLOTS:
         QTest::newRow("array is not an object") << QByteArray("[{\"b\":true}]\n{\"b\":true}\n") << QJsonArray{b} << 1;
         QTest::newRow("oversize then good") << (QByteArray("{\"big\":\"") + QByteArray(100, 'x') + "\"}\n{\"b\":true}\n") << QJsonArray{b} << 1;
         QTest::newRow("braces and escaped quotes in strings") << QByteArray(kTricky) << QJsonArray{obj(kTricky)} << 0;
+        QTest::newRow("repeated key") << QByteArray("{\"a\":[1],\"a\":2}\n{\"b\":true}\n") << QJsonArray{b} << 1;
+        QTest::newRow("repeated key, escaped and nested") << QByteArray("{\"d\":[{\"\\u00e9\":{},\"\xc3\xa9\":1}]}{\"b\":true}") << QJsonArray{b} << 1;
+        QTest::newRow("same key in sibling objects") << QByteArray("{\"a\":{\"k\":1},\"b\":{\"k\":{\"a\":1}}}") << QJsonArray{obj("{\"a\":{\"k\":1},\"b\":{\"k\":{\"a\":1}}}")} << 0;
         QTest::newRow("escaped backslash before the closing quote") << QByteArray("{\"p\":\"C:\\\\dir\\\\\"}{\"b\":true}") << QJsonArray{obj("{\"p\":\"C:\\\\dir\\\\\"}"), b} << 0;
     }
     // clang-format on

@@ -76,7 +76,16 @@ private Q_SLOTS:
         QCOMPARE(added.at(0).at(1).value<QObject*>(), &m_module);
         // The holder may register again; nobody else may take or cancel the name.
         QVERIFY(velk::m().regist(&m_module, name));
-        QVERIFY(!velk::m().regist(&m_other, name) && !velk::m().cancel(&m_other, name));
+        m_module.setObjectName(QStringLiteral("first"));
+        m_other.setObjectName(QStringLiteral("second"));
+        {
+            StderrCapture capture;
+            QVERIFY(!velk::m().regist(&m_other, name) && !velk::m().cancel(&m_other, name));
+            const QString said = QString::fromUtf8(capture.take());
+            // Whoever reads the log learns which two modules collided.
+            QVERIFY2(said.contains("\"first\"") && said.contains("\"second\""), qPrintable(said));
+        }
+        QCOMPARE(velk::m().module(name), &m_module);
         QVERIFY(!velk::m().regist(nullptr, "tst_mm_x") &&
                 !velk::m().regist(&m_other, "tst_mm_x.y"));
 

@@ -64,6 +64,11 @@ private Q_SLOTS:
         QTest::newRow("json compact") << Feed([](QLog& l) { l << QJsonObject{{"a", 1}, {"b", "中"}} << QJsonArray{1, "x"}; }) << "{\"a\":1,\"b\":\"中\"} [1,\"x\"]";
         QTest::newRow("json values") << Feed([](QLog& l) { l << QJsonValue("plain") << QJsonValue() << QVariant(QJsonObject{{"k", true}}); }) << "plain null {\"k\":true}";
         QTest::newRow("null sender") << Feed([](QLog& l) { l << static_cast<QObject*>(nullptr); }) << "QObject(0x0)";
+        QTest::newRow("line break, CR, tab, NUL") << Feed([](QLog& l) { l << QString::fromUtf8("a\nb\rc\td\0e", 9); }) << "a\\nb\\rc\\td\\x00e";
+        QTest::newRow("terminal escape in a variant") << Feed([](QLog& l) { l << QVariant("\x1b[2Jx"); }) << "\\x1b[2Jx";
+        QTest::newRow("C1, separators, bidi") << Feed([](QLog& l) { l << QString(QChar(0x85)) + QChar(0x2028) + QChar(0x202e) + QChar(0x2067) + "z"; }) << "\\x85\\u2028\\u202e\\u2067z";
+        QTest::newRow("over the item limit") << Feed([](QLog& l) { l.nospace() << QString(QLog::MaxItemLength + 5, 'x') << "|"; }) << QString(QLog::MaxItemLength, 'x') + " ...(4101 characters)|";
+        QTest::newRow("cut after escapes") << Feed([](QLog& l) { l << QString(QLog::MaxItemLength - 1, 'x') + "\n\n"; }) << QString(QLog::MaxItemLength - 1, 'x') + "\\n ...(4097 characters)";
         // clang-format on
     }
 

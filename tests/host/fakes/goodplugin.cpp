@@ -7,7 +7,13 @@
 #include <QFile>
 #include <QTimer>
 
+#ifndef FAKE_MODULE_NAME
+#define FAKE_MODULE_NAME "fake"
+#endif
+
 namespace {
+
+const QString moduleName = QStringLiteral(FAKE_MODULE_NAME);
 
 // "fake.echo <text>" outputs <text>; "fake.after <ms> <text>" does so from a timer and
 // "fake.nest <ms> <text>" after an event loop of its own, as a modal dialog runs one,
@@ -21,13 +27,13 @@ public:
     }
     void execute(const QString& args) override
     {
-        if (name() == QLatin1String("fake.echo")) {
+        if (name() == moduleName + QLatin1String(".echo")) {
             output(args);
             return;
         }
         const int ms = args.section(QLatin1Char(' '), 0, 0).toInt();
         const QString text = args.section(QLatin1Char(' '), 1);
-        if (name() == QLatin1String("fake.after")) {
+        if (name() == moduleName + QLatin1String(".after")) {
             QTimer::singleShot(ms, this, [this, text] { output(text); });
             return;
         }
@@ -39,19 +45,20 @@ public:
     }
 };
 
-// Appends every lifecycle hook to ./fake-lifecycle.txt, so the host's runs can be judged.
+// Appends every lifecycle hook to ./<name>-lifecycle.txt, and "<name> <hook>" to
+// ./modules-order.txt, so the host's runs and its order of modules can be judged.
 class FakeModule : public pomr::BModule
 {
 public:
     using pomr::BModule::BModule;
     ~FakeModule() override { record("destroyed"); }
-    QString name() const override { return QStringLiteral("fake"); }
+    QString name() const override { return moduleName; }
     void setup() override { record("setup"); }
     void init() override
     {
         record("init");
-        for (const char* name : {"fake.echo", "fake.after", "fake.nest"}) {
-            velk::command().regist(new EchoCommand(QLatin1String(name), this));
+        for (const char* command : {".echo", ".after", ".nest"}) {
+            velk::command().regist(new EchoCommand(moduleName + QLatin1String(command), this));
         }
     }
     void render() override { record("render"); }
@@ -62,9 +69,13 @@ public:
 private:
     static void record(const char* hook)
     {
-        QFile file(QStringLiteral("fake-lifecycle.txt"));
+        QFile file(moduleName + QStringLiteral("-lifecycle.txt"));
         if (file.open(QIODevice::WriteOnly | QIODevice::Append)) {
             file.write(QByteArray(hook) + '\n');
+        }
+        QFile order(QStringLiteral("modules-order.txt"));
+        if (order.open(QIODevice::WriteOnly | QIODevice::Append)) {
+            order.write(moduleName.toUtf8() + ' ' + hook + '\n');
         }
     }
 };
@@ -75,3 +86,10 @@ extern "C" Q_DECL_EXPORT pomr::BModule* newModule(QObject* parent)
 {
     return new FakeModule(parent);
 }
+
+#ifdef FAKE_KIT_VERSION
+extern "C" Q_DECL_EXPORT const char* zarvoKitVersion()
+{
+    return FAKE_KIT_VERSION;
+}
+#endif
