@@ -17,6 +17,7 @@ set(ZARVO_PUBLIC_HEADERS
     theme/thememanager.h
     services/binding.h
     services/fileutils.h
+    services/logthrottle.h
     services/messages.h
     services/modulelog.h
     services/msgmanager.h
