@@ -17,6 +17,7 @@ set(ZARVO_PUBLIC_HEADERS
     theme/thememanager.h
     services/binding.h
     services/fileutils.h
+    services/logthrottle.h
     services/messages.h
     services/modulelog.h
     services/msgmanager.h
@@ -59,13 +60,13 @@ set(ZARVO_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Zarvo)
 install(EXPORT ZarvoTargets NAMESPACE Zarvo::
     DESTINATION ${ZARVO_CMAKE_DIR} COMPONENT dev)
 configure_package_config_file(${ZARVO_KIT_DIR}/ZarvoConfig.cmake.in
-    ${CMAKE_BINARY_DIR}/kit/ZarvoConfig.cmake
+    ${CMAKE_BINARY_DIR}/package-config/ZarvoConfig.cmake
     INSTALL_DESTINATION ${ZARVO_CMAKE_DIR})
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/kit/ZarvoConfigVersion.cmake
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package-config/ZarvoConfigVersion.cmake
     COMPATIBILITY ExactVersion)
 install(FILES
-    ${CMAKE_BINARY_DIR}/kit/ZarvoConfig.cmake
-    ${CMAKE_BINARY_DIR}/kit/ZarvoConfigVersion.cmake
+    ${CMAKE_BINARY_DIR}/package-config/ZarvoConfig.cmake
+    ${CMAKE_BINARY_DIR}/package-config/ZarvoConfigVersion.cmake
     ${ZARVO_KIT_DIR}/ZarvoModule.cmake
     ${ZARVO_KIT_DIR}/kitversion.cpp.in
     DESTINATION ${ZARVO_CMAKE_DIR} COMPONENT dev)

@@ -2,7 +2,7 @@
 
 #include <zarvo/zarvo_global.h>
 
-#include "services/logthrottle.h"
+#include <zarvo/logthrottle.h>
 
 #include <pomr/bmodule.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/zarvo_global.h"
+#include <zarvo/zarvo_global.h>
 
 #include <QHash>
 #include <QString>
