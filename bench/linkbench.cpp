@@ -189,30 +189,3 @@ QVector<qint64> LinkBench::floorRoundTrips(int count)
     waitFor([&] { return samples.size() >= count; }, 60000 + count * 20);
     return samples;
 }
-
-double LinkBench::notificationRate(int count)
-{
-    velk::ModuleObject* monitor = rc()->cmdMobj(QStringLiteral("motion.move.monitor"));
-    qint64 received = 0;
-    qint64 first = 0;
-    qint64 last = 0;
-    QElapsedTimer clock;
-    clock.start();
-    const QMetaObject::Connection connection =
-        connect(monitor, &velk::ModuleObject::activated, this, [&](velk::ModuleObject* target) {
-            if (target != monitor) {
-                return;
-            }
-            last = clock.nsecsElapsed();
-            if (received++ == 0) {
-                first = last;
-            }
-        });
-    m_simulator.write(QStringLiteral("burst %1\n").arg(count).toUtf8());
-    waitFor([&] { return received >= count; }, 120000);
-    disconnect(connection);
-    if (received < 2 || last <= first) {
-        return 0;
-    }
-    return double(received - 1) * 1e9 / double(last - first);
-}

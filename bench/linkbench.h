@@ -26,9 +26,6 @@ public:
     // Round trips in nanoseconds, one request after the other.
     QVector<qint64> linkRoundTrips(int count);
     QVector<qint64> floorRoundTrips(int count);
-    // Notifications imported into the tree per second while the simulator
-    // streams `count` of them as fast as it can; 0 on failure.
-    double notificationRate(int count);
 
 private:
     QString m_simulatorPath;

@@ -50,6 +50,20 @@ QHostAddress localAddress(const QString& configured)
     return QHostAddress(QHostAddress::AnyIPv4);
 }
 
+// The pose stream tells nothing but the newest pose: while the HMI has fallen
+// behind a flood, an older pose may give way to a newer one. Responses and
+// every other notification (state changes above all) are never dropped.
+QString coalesceKey(const QJsonObject& json)
+{
+    static const QString monitor = QStringLiteral("motion.move.monitor");
+    if (json.contains(QLatin1String("id")) ||
+        json.value(QLatin1String("module")).toString() != QLatin1String("motion") ||
+        json.value(QLatin1String("command")).toString() != QLatin1String("move.monitor")) {
+        return QString();
+    }
+    return monitor;
+}
+
 } // namespace
 
 ControllerManager::ControllerManager(QObject* parent)
@@ -141,6 +155,11 @@ void ControllerManager::registerChannels()
     if (rcTcp->handle()) {
         connect(rcTcp->handle(), &velk::NetworkHandle::jsonObtained, this,
                 &ControllerManager::analyseJson);
+        rcTcp->handle()->setCoalesceKey(coalesceKey);
+        connect(rcTcp->handle(), &velk::NetworkHandle::packagesCoalesced, this, [](qint64 count) {
+            zarvo::warnLog().nospace() << "rc streams faster than the HMI follows: " << count
+                                       << " older pose notifications skipped";
+        });
         // The framework skips what is no JSON object and reads on; that our
         // controller sent it belongs in the module's log as an error.
         connect(rcTcp->handle(), &velk::NetworkHandle::packageError, this,

@@ -1,7 +1,7 @@
 #include "services/modulelog.h"
 
-#include <QDateTime>
 #include <QJsonDocument>
+#include <QLoggingCategory>
 
 namespace zarvo {
 
@@ -22,7 +22,7 @@ QString logPath()
 
 QString logTime()
 {
-    return QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz"));
+    return velk::QLog::timeStamp();
 }
 
 velk::QFLog startLog()
@@ -44,11 +44,21 @@ velk::QFLog errorLog()
 
 namespace {
 
+Q_LOGGING_CATEGORY(debugCategory, "zarvo.debug", QtInfoMsg)
+
+// Off unless asked for: a line per packet is formatted only for someone who
+// reads it.
 bool& debugFlag()
 {
     static bool on = [] {
-        const QByteArray env = qgetenv("ZARVO_DEBUG_LOG").toLower();
-        return !(env == "0" || env == "off" || env == "false");
+        const QByteArray env = qgetenv("ZARVO_DEBUG_LOG").trimmed().toLower();
+        if (env == "1" || env == "on" || env == "true") {
+            return true;
+        }
+        if (env == "0" || env == "off" || env == "false") {
+            return false;
+        }
+        return debugCategory().isDebugEnabled();
     }();
     return on;
 }

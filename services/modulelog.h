@@ -26,8 +26,9 @@ ZARVO_EXPORT velk::QFLog errorLog();
 ZARVO_EXPORT velk::QLog debugLog();
 
 // Debug lines trace every packet of the controller link, a hundred a second
-// while the robot streams its pose: a site can switch them off. On unless the
-// environment sets ZARVO_DEBUG_LOG to "0" or "off".
+// while the robot streams its pose, so they are off (and cost nothing) unless
+// asked for: ZARVO_DEBUG_LOG=1, or the logging rule "zarvo.debug=true"
+// (QT_LOGGING_RULES). ZARVO_DEBUG_LOG=0 keeps them off whatever the rules say.
 ZARVO_EXPORT void setDebugLogEnabled(bool on);
 ZARVO_EXPORT bool isDebugLogEnabled();
 

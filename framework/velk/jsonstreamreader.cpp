@@ -290,6 +290,28 @@ JsonStreamReader::Result JsonStreamReader::next(QJsonObject* object, QString* er
                 }
                 return Error;
             }
+            // The wire form is one object per line: a whole line that parses
+            // as an object is taken at once, without counting its braces.
+            // Anything else (objects back to back, a broken package) takes
+            // the careful road below, which reports what it skips.
+            if (data[i] == '{') {
+                const void* lineBreak = std::memchr(data + i, '\n', size_t(size - i));
+                const int length =
+                    lineBreak ? int(static_cast<const char*>(lineBreak) - data) - i : -1;
+                // A repeated key takes the careful road too, which refuses it.
+                if (length > 0 && length <= m_maxSize && !hasRepeatedKey(data + i, length)) {
+                    QJsonParseError parseError;
+                    const QJsonDocument doc = QJsonDocument::fromJson(
+                        QByteArray::fromRawData(data + i, length), &parseError);
+                    if (parseError.error == QJsonParseError::NoError && doc.isObject()) {
+                        m_scan = i + length + 1;
+                        if (object) {
+                            *object = doc.object();
+                        }
+                        return Object;
+                    }
+                }
+            }
             m_start = i;
             m_scan = i;
             m_depth = 0;

@@ -7,7 +7,16 @@
 #include "velk.h"
 #include "velklog_p.h"
 
+#include <QStringBuilder>
+
 namespace velk {
+
+namespace {
+
+// The one character of separator().
+constexpr QLatin1Char kSeparator('.');
+
+} // namespace
 
 ModuleManager::ModuleManager()
     : d(new Private)
@@ -167,35 +176,33 @@ ModuleObject* m(const QString& fullName, ModuleObject* base)
     return ModuleManager::instance().find(fullName, base);
 }
 
+// Names are built for every packet of the controller link: one allocation of
+// the final size, no chain of temporaries.
 QString mName(const QString& a, const QString& b)
 {
-    return a + ModuleManager::separator() + b;
+    return a % kSeparator % b;
 }
 
 QString mName(const QString& a, const QString& b, const QString& c)
 {
-    const QString sep = ModuleManager::separator();
-    return a + sep + b + sep + c;
+    return a % kSeparator % b % kSeparator % c;
 }
 
 QString mName(const QString& a, const QString& b, const QString& c, const QString& d)
 {
-    const QString sep = ModuleManager::separator();
-    return a + sep + b + sep + c + sep + d;
+    return a % kSeparator % b % kSeparator % c % kSeparator % d;
 }
 
 QString mName(const QString& a, const QString& b, const QString& c, const QString& d,
               const QString& e)
 {
-    const QString sep = ModuleManager::separator();
-    return a + sep + b + sep + c + sep + d + sep + e;
+    return a % kSeparator % b % kSeparator % c % kSeparator % d % kSeparator % e;
 }
 
 QString mName(const QString& a, const QString& b, const QString& c, const QString& d,
               const QString& e, const QString& f)
 {
-    const QString sep = ModuleManager::separator();
-    return a + sep + b + sep + c + sep + d + sep + e + sep + f;
+    return a % kSeparator % b % kSeparator % c % kSeparator % d % kSeparator % e % kSeparator % f;
 }
 
 } // namespace velk

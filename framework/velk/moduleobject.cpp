@@ -30,19 +30,6 @@ ModuleObject* ModuleObject::Private::emptyNode()
     return node;
 }
 
-ModuleObject* ModuleObject::Private::child(const QChar* name, int size) const
-{
-    if (index.isEmpty()) {
-        return nullptr;
-    }
-    // A path lookup runs for every packet the controller link imports; the
-    // segment is looked up through a reused raw-data string instead of a copy.
-    // Nothing below calls out, so the one buffer per thread is never shared.
-    static thread_local QString key;
-    key.setRawData(name, size);
-    return index.value(key, nullptr);
-}
-
 ModuleObject* ModuleObject::Private::walk(ModuleObject* from, const QString& path, bool create,
                                           QObject* sender)
 {
@@ -70,7 +57,7 @@ ModuleObject* ModuleObject::Private::walk(ModuleObject* from, const QString& pat
         if (length == 0) {
             return nullptr; // "a..b", ".a" and "a." name no node
         }
-        ModuleObject* next = node->d->child(text + start, length);
+        ModuleObject* next = node->d->child(QStringView(text + start, length));
         if (!next) {
             if (!create) {
                 return nullptr;
@@ -100,7 +87,7 @@ void ModuleObject::Private::attach(ModuleObject* owner, ModuleObject* node, int 
     } else {
         od->children.insert(position, node);
     }
-    od->index.insert(node->d->name, node);
+    od->index.insert(QStringView(node->d->name), node);
     node->d->parent = owner;
     if (node->QObject::parent() != owner) {
         node->setParent(owner);
@@ -115,7 +102,7 @@ void ModuleObject::Private::detach(ModuleObject* node)
         return;
     }
     Private* od = owner->d;
-    const auto it = od->index.find(node->d->name);
+    const auto it = od->index.find(QStringView(node->d->name));
     if (it != od->index.end() && it.value() == node) {
         od->index.erase(it);
     }
@@ -198,7 +185,7 @@ ModuleObject::ModuleObject(const QString& name, ModuleObject* parent)
     if (!parent || parent->d->empty) {
         return;
     }
-    if (name.isEmpty() || parent->d->index.contains(name)) {
+    if (name.isEmpty() || parent->d->index.contains(QStringView(name))) {
         // Owned, so that it is not leaked, but unreachable by name: an index
         // with two nodes of one name would make every lookup ambiguous.
         internal::warn(QStringLiteral("module object \"%1\" already exists under \"%2\"")

@@ -6,6 +6,7 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringView>
 #include <QVariant>
 #include <QVector>
 
@@ -19,7 +20,10 @@ public:
     // The node that indexes this one; null for a free-standing node.
     ModuleObject* parent = nullptr;
     QVector<ModuleObject*> children; // insertion order
-    QHash<QString, ModuleObject*> index;
+    // Keyed by views of the children's own names (which never change), so
+    // that a segment of a longer path is looked up in place, with no string
+    // made for it.
+    QHash<QStringView, ModuleObject*> index;
 
     bool empty = false;
     // The manager's invisible root: left out of full names.
@@ -39,9 +43,7 @@ public:
     // and connections may refer to it until the very end of the process.
     static ModuleObject* emptyNode();
 
-    // Child lookup by a segment of a longer string, without allocating.
-    ModuleObject* child(const QChar* name, int size) const;
-    ModuleObject* child(const QString& name) const { return index.value(name, nullptr); }
+    ModuleObject* child(QStringView name) const { return index.value(name, nullptr); }
 
     // Walk a relative dotted path. Missing parts are created (and announced
     // with `sender`) when `create` is set; otherwise null is returned.

@@ -1,5 +1,6 @@
 #include "qlog.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -231,41 +232,40 @@ QLog& QLog::appendItem(const QString& item)
     return *this;
 }
 
-QLog& QLog::operator<<(const QString& text)
-{
-    return appendItem(text);
-}
+// Each item is converted only for a line that is written: a debug line on a
+// hot path that nobody asked for makes no strings at all.
+QLog& QLog::operator<<(const QString& text) { return appendItem(text); }
 QLog& QLog::operator<<(const char* text)
 {
-    return appendItem(QString::fromUtf8(text));
+    return m_enabled ? appendItem(QString::fromUtf8(text)) : *this;
 }
 QLog& QLog::operator<<(QChar c)
 {
-    return appendItem(QString(c));
+    return m_enabled ? appendItem(QString(c)) : *this;
 }
 QLog& QLog::operator<<(bool value)
 {
-    return appendItem(value ? QStringLiteral("true") : QStringLiteral("false"));
+    return m_enabled ? appendItem(value ? QStringLiteral("true") : QStringLiteral("false")) : *this;
 }
 QLog& QLog::operator<<(int value)
 {
-    return appendItem(QString::number(value));
+    return m_enabled ? appendItem(QString::number(value)) : *this;
 }
 QLog& QLog::operator<<(unsigned int value)
 {
-    return appendItem(QString::number(value));
+    return m_enabled ? appendItem(QString::number(value)) : *this;
 }
 QLog& QLog::operator<<(qint64 value)
 {
-    return appendItem(QString::number(value));
+    return m_enabled ? appendItem(QString::number(value)) : *this;
 }
 QLog& QLog::operator<<(quint64 value)
 {
-    return appendItem(QString::number(value));
+    return m_enabled ? appendItem(QString::number(value)) : *this;
 }
 QLog& QLog::operator<<(double value)
 {
-    return appendItem(QString::number(value, 'g', 15));
+    return m_enabled ? appendItem(QString::number(value, 'g', 15)) : *this;
 }
 QLog& QLog::operator<<(const QJsonObject& json)
 {
@@ -341,6 +341,48 @@ void QLog::writeConsole()
     const QByteArray line = (m_colour + text()).toUtf8() + kReset + '\n';
     std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
     std::fflush(stderr);
+}
+
+QString QLog::timeStamp()
+{
+    return timeStamp(QDateTime::currentMSecsSinceEpoch());
+}
+
+QString QLog::timeStamp(qint64 msecsSinceEpoch)
+{
+    // Zones change their offset only at whole minutes, so the local text of
+    // a minute's start serves every line of that minute.
+    struct Minute
+    {
+        qint64 start = std::numeric_limits<qint64>::min();
+        QString head; // "MM/dd hh:mm:"
+    };
+    static thread_local Minute minute;
+    qint64 within = msecsSinceEpoch % 60000;
+    if (within < 0) {
+        within += 60000;
+    }
+    const qint64 start = msecsSinceEpoch - within;
+    if (start != minute.start) {
+        minute.start = start;
+        minute.head = QDateTime::fromMSecsSinceEpoch(start, Qt::LocalTime)
+                          .toString(QStringLiteral("MM/dd hh:mm:"));
+    }
+    const int seconds = int(within / 1000);
+    const int millis = int(within % 1000);
+    const QChar tail[] = {
+        QLatin1Char(char('0' + seconds / 10)),
+        QLatin1Char(char('0' + seconds % 10)),
+        QLatin1Char('.'),
+        QLatin1Char(char('0' + millis / 100)),
+        QLatin1Char(char('0' + millis / 10 % 10)),
+        QLatin1Char(char('0' + millis % 10)),
+    };
+    QString text;
+    text.reserve(minute.head.size() + 6);
+    text += minute.head;
+    text.append(tail, 6);
+    return text;
 }
 
 void QLog::setConsoleEnabled(bool on)

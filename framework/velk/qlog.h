@@ -77,6 +77,13 @@ public:
     QLog& setEnabled(bool on);
     bool isEnabled() const;
 
+    // The local time as log lines show it, "MM/dd hh:mm:ss.zzz": now, or at
+    // `msecsSinceEpoch`. The time zone is consulted once a minute, not for
+    // every line (the C library re-reads the zone file at each local-time
+    // query), so a zone change shows within a minute.
+    static QString timeStamp();
+    static QString timeStamp(qint64 msecsSinceEpoch);
+
     // Process-wide switch for console output (file output is unaffected).
     // Starts on unless $VELK_LOG_CONSOLE is "0" or "off".
     static void setConsoleEnabled(bool on);

@@ -4,16 +4,12 @@
 
 #include "qlog.h"
 
-#include <QDateTime>
-
 namespace velk {
 namespace internal {
 
 inline QString timePrefix(char level)
 {
-    return QStringLiteral("[%1|%2]")
-        .arg(QLatin1Char(level))
-        .arg(QDateTime::currentDateTime().toString(QStringLiteral("MM/dd hh:mm:ss.zzz")));
+    return QStringLiteral("[%1|%2]").arg(QLatin1Char(level)).arg(QLog::timeStamp());
 }
 
 inline void warn(const QString& text)

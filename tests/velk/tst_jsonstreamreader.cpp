@@ -64,6 +64,8 @@ private Q_SLOTS:
         const QJsonObject b = obj(R"({"b":true})");
         QTest::newRow("two packets in one read") << QByteArray("{\"id\":\"1\",\"data\":{\"x\":[1,2,{\"y\":null}]}}\n{\"b\":true}\n") << QJsonArray{a, b} << 0;
         QTest::newRow("back to back") << QByteArray(R"({"b":true}{"b":true})") << QJsonArray{b, b} << 0;
+        QTest::newRow("back to back on one line") << QByteArray("{\"b\":true}{\"b\":true}\n") << QJsonArray{b, b} << 0;
+        QTest::newRow("text after a packet on its line") << QByteArray("{\"b\":true} xx\n{\"b\":true}\n") << QJsonArray{b, b} << 1;
         QTest::newRow("CR LF and blank lines") << QByteArray("\r\n{\"b\":true}\r\n\r\n  \t{\"b\":true}\r\n") << QJsonArray{b, b} << 0;
         QTest::newRow("garbage between packets") << QByteArray("{\"b\":true}\nHTTP/1.1 200 OK\r\nxx }} ]]\n{\"b\":true}\n") << QJsonArray{b, b} << 1;
         QTest::newRow("line break inside an object") << QByteArray("{\"a\":1,\n{\"b\":true}\n") << QJsonArray{b} << 1;

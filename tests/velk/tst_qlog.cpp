@@ -5,6 +5,8 @@
 
 #include <QtTest>
 
+#include <ctime>
+
 #include <functional>
 
 using velk::QFLog;
@@ -140,6 +142,42 @@ private Q_SLOTS:
         QLog(kGreen, "[d|t]", QString()) << "shown";
         QCOMPARE(capture.take(), QByteArray("\033[32m[d|t] shown\033[0m\n"));
         QCOMPARE(readFile("log/zarvo.log"), QByteArray("[I|t] file only\n"));
+    }
+
+    void timeStamp_data()
+    {
+        // Rows run in this order: later ones reuse or replace the minute
+        // remembered from earlier ones, across both changes of the clock.
+        QTest::addColumn<qint64>("msecs");
+        QTest::addColumn<QString>("expected");
+        QTest::addRow("winter") << Q_INT64_C(1768472430045) << "01/15 11:20:30.045";
+        QTest::addRow("same minute") << Q_INT64_C(1768472459999) << "01/15 11:20:59.999";
+        QTest::addRow("before spring forward") << Q_INT64_C(1774745999999) << "03/29 01:59:59.999";
+        QTest::addRow("after spring forward") << Q_INT64_C(1774746000000) << "03/29 03:00:00.000";
+        QTest::addRow("first 02:30 in autumn") << Q_INT64_C(1792888200000) << "10/25 02:30:00.000";
+        QTest::addRow("second 02:30 in autumn") << Q_INT64_C(1792891800000) << "10/25 02:30:00.000";
+        QTest::addRow("year end") << Q_INT64_C(1798757999999) << "12/31 23:59:59.999";
+        QTest::addRow("new year") << Q_INT64_C(1798758000000) << "01/01 00:00:00.000";
+        QTest::addRow("before 1970") << Q_INT64_C(-1) << "01/01 00:59:59.999";
+        QTest::addRow("back in winter") << Q_INT64_C(1768472430045) << "01/15 11:20:30.045";
+    }
+
+    void timeStamp()
+    {
+        QFETCH(qint64, msecs);
+        QFETCH(QString, expected);
+        const bool hadZone = qEnvironmentVariableIsSet("TZ");
+        const QByteArray zone = qgetenv("TZ");
+        qputenv("TZ", "Europe/Berlin");
+        tzset();
+        const QString stamp = QLog::timeStamp(msecs);
+        if (hadZone) {
+            qputenv("TZ", zone);
+        } else {
+            qunsetenv("TZ");
+        }
+        tzset();
+        QCOMPARE(stamp, expected);
     }
 };
 
