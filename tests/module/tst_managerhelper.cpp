@@ -79,18 +79,12 @@ private Q_SLOTS:
         QVERIFY(!console.contains(kSitePassword) && !readFile(kLogFile).contains(kSitePassword));
     }
 
+    // A second module claiming an alias would shadow the first one's files.
     void aliasRegistry()
     {
-        QVERIFY(helper().registQrcAlias("zarvo"));
-        QVERIFY(!helper().registQrcAlias("zarvo"));
-        helper().registRootQrcAlias("zarvo");
-        QVERIFY(helper().registQrcAlias("Zarvo"));
-        helper().registRootQrcAlias("pageA");
-        QCOMPARE(helper().aliases(), (QStringList{"zarvo", "Zarvo", "pageA"}));
-        QVERIFY(helper().cancelQrcAlias("Zarvo"));
-        QVERIFY(!helper().cancelQrcAlias("Zarvo") && !helper().cancelQrcAlias("ZARVO"));
-        QVERIFY(helper().registQrcAlias("Zarvo"));
-        QCOMPARE(helper().aliases(), (QStringList{"zarvo", "pageA", "Zarvo"}));
+        QVERIFY(helper().registQrcAlias("zarvo") && !helper().registQrcAlias("zarvo"));
+        QCOMPARE(helper().aliases(), QStringList{"zarvo"});
+        QVERIFY(helper().cancelQrcAlias("zarvo") && !helper().cancelQrcAlias("zarvo"));
     }
 
     void getQrcPath_data()

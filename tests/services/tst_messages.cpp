@@ -20,10 +20,7 @@ private Q_SLOTS:
             QTest::newRow(tag) << type << args << QString(expected);
         };
         // Empty arguments leave every placeholder standing.
-        row("NeedInput", 0, {}, "Please input %1");
-        row("OperatorNotAllowed", 2, {}, "Operation is not allowed for operator");
-        row("NameOccupied", 6, {}, "The %1 name is occupied with %2");
-        row("WriteFileFailed", 12, {}, "Cannot write file %1");
+        row("no arguments", 6, {}, "The %1 name is occupied with %2");
         row("out of range", 13, {"a", "b", "c"}, "");
         row("negative", -1, {}, "");
         row("two of three", 5, {"user", "16"}, "The length of user is longer than 16 characters");

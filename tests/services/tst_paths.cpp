@@ -23,33 +23,6 @@ private Q_SLOTS:
         helper().registRootQrcAlias("zarvo");
     }
 
-    void fixedPlaces()
-    {
-        QCOMPARE(getConfigPath("setting"), QString("./config/setting.json"));
-        QCOMPARE(getCachePath("c", "zarvo"), QString("./cache/zarvo/c.json"));
-        QCOMPARE(getCachePath("robot"), QString("./cache//robot.json"));
-    }
-
-    void hasFile_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<bool>("expected");
-        QTest::newRow("disk file") << "here/file.json" << true;
-        QTest::newRow("disk folder") << "here" << true;
-        QTest::newRow("missing disk file") << "here/missing.json" << false;
-        QTest::newRow("compiled-in") << ":/zarvo/template/setting.json" << true;
-        QTest::newRow("missing compiled-in") << ":/zarvo/template/missing.json" << false;
-        QTest::newRow("empty") << "" << false;
-    }
-
-    void hasFile()
-    {
-        QFETCH(QString, path);
-        QFETCH(bool, expected);
-        QVERIFY(writeFile("here/file.json", "{}"));
-        QCOMPARE(::hasFile(path), expected);
-    }
-
     void prepareModule_data()
     {
         QTest::addColumn<QByteArray>("templ");

@@ -9,31 +9,6 @@
 
 using velk::translator;
 
-namespace {
-
-const char kTs[] = R"(<?xml version="1.0" encoding="utf-8"?><!DOCTYPE TS>
-<TS version="2.1" language="zh_CN"><context><name>greeting</name>
-<message><source>Hello</source><translation>你好</translation></message>
-<message><source>Bye</source><translation>再见</translation></message></context></TS>)";
-
-// Compiles kTs into `dir`, so that no binary translation sits in the tree;
-// empty when lrelease is not available.
-QString compileQm(const QTemporaryDir& dir)
-{
-    QString lrelease = QStandardPaths::findExecutable(
-        "lrelease", {QLibraryInfo::location(QLibraryInfo::BinariesPath)});
-    lrelease = lrelease.isEmpty() ? QStandardPaths::findExecutable("lrelease") : lrelease;
-    const QString qm = dir.filePath("greeting_cn.qm");
-    QProcess process;
-    if (!lrelease.isEmpty() && writeFile(dir.filePath("greeting_cn.ts"), kTs)) {
-        process.start(lrelease, {"-silent", dir.filePath("greeting_cn.ts"), "-qm", qm});
-        process.waitForFinished(30000);
-    }
-    return QFileInfo::exists(qm) ? qm : QString();
-}
-
-} // namespace
-
 class tst_TranslationManager : public QObject
 {
     Q_OBJECT
@@ -97,26 +72,6 @@ private Q_SLOTS:
         // file that exists but cannot be used is reported with its path.
         QCOMPARE(QString::fromUtf8(capture.take()).contains(path), !file.isNull());
         QCOMPARE(translator().dtr("c", "one"), QStringLiteral("eins"));
-    }
-
-    void qm()
-    {
-        QTemporaryDir dir;
-        const QString qm = compileQm(dir);
-        if (qm.isEmpty()) {
-            QSKIP("lrelease is not available to compile a .qm file");
-        }
-        QVERIFY(translator().installQMTranslator(qm));
-        QCOMPARE(translator().dtr("greeting", "Hello"), QStringLiteral("你好"));
-        // Installed into the application: plain tr() lookups see it too.
-        QCOMPARE(QCoreApplication::translate("greeting", "Bye"), QStringLiteral("再见"));
-        // JSON is asked first.
-        QVERIFY(writeFile(dir.filePath("over.json"), R"({"Hello": "您好"})") &&
-                translator().installJsonTranslator("greeting", dir.filePath("over.json")));
-        QCOMPARE(translator().dtr("greeting", "Hello"), QStringLiteral("您好"));
-        QCOMPARE(translator().dtr("greeting", "Bye"), QStringLiteral("再见"));
-        translator().clear();
-        QCOMPARE(QCoreApplication::translate("greeting", "Bye"), QStringLiteral("Bye"));
     }
 };
 

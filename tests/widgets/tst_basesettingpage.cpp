@@ -190,22 +190,6 @@ private Q_SLOTS:
     void initTestCase() { QVERIFY(fixture.start()); }
     void cleanupTestCase() { fixture.stop(); }
 
-    void frameStartsQuiet()
-    {
-        TestPage page("frame");
-        QWidget* top = page.wgt();
-        // Nothing to save or load yet, and no stamp to show.
-        for (const char* hidden : {"tbtnSave", "tbtnLoad", "lblDateTime", "wgtBottom"}) {
-            QVERIFY2(page.find<QWidget>(hidden)->isHidden(), hidden);
-        }
-        QSignalSpy shown(&page, &zarvo::BaseSettingPage::shown);
-        QSignalSpy hidden(&page, &zarvo::BaseSettingPage::hidden);
-        QVERIFY(show(page));
-        top->hide();
-        QCOMPARE(shown.size(), 1);
-        QCOMPARE(hidden.size(), 1);
-    }
-
     void inputs_data()
     {
         QTest::addColumn<QString>("input");
@@ -234,6 +218,10 @@ private Q_SLOTS:
         QFETCH(int, reaction);
 
         TestPage page("inputs");
+        // Nothing to save or load yet, and no stamp to show.
+        for (const char* hidden : {"tbtnSave", "tbtnLoad", "lblDateTime", "wgtBottom"}) {
+            QVERIFY2(page.find<QWidget>(hidden)->isHidden(), hidden);
+        }
         page.enableAutoSave(true);
         QVERIFY(show(page));
 

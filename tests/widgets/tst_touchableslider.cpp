@@ -111,15 +111,6 @@ private Q_SLOTS:
         QVERIFY(changed.isEmpty());
     }
 
-    void handleText()
-    {
-        TouchableSlider slider;
-        slider.setPrefix(QStringLiteral("Sp"));
-        slider.setSuffix(QStringLiteral("%"));
-        slider.setValue(30);
-        QCOMPARE(part(slider, "btnHandle")->text(), QString("Sp30%"));
-    }
-
     void arrows_data()
     {
         QTest::addColumn<int>("start");
