@@ -1,5 +1,5 @@
 // The controller link's requests and what comes back, peers that are no
-// controller, and a controller that goes away.
+// controller, a heartbeat that goes unanswered, and a controller that goes away.
 
 #include "linkprobes.h"
 
@@ -165,22 +165,6 @@ private Q_SLOTS:
         QCOMPARE(rc()->notifyMobj(name)->cmobj("text")->getString(), QStringLiteral("hello"));
     }
 
-    // A response whose id is no string is an error line; the link reads on.
-    void garbledPacket()
-    {
-        RawPeer peer;
-        peer.responder = [](const QJsonObject& request) {
-            return compact({{"id", 5}, {"data", QJsonObject{{"power", "on"}}}}) +
-                   compact({{"id", request["id"]}});
-        };
-        QVERIFY(relink(fixture, peer.port()));
-        QSignalSpy disconnected(rc(), &ControllerManager::rcDisconnected);
-        HmiRecords records;
-        QVERIFY(rc()->execRequest("system", "state.get_motor", {}, true)->get().toBool());
-        QCOMPARE(records.titles.filter("Invalid response id").size(), 1);
-        QCOMPARE(disconnected.count() + peer.closed, 0);
-    }
-
     void timeouts_data()
     {
         QTest::addColumn<bool>("sync");
@@ -278,6 +262,35 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(peer.closed, 1, Slack);
         QCOMPARE(peer.packets.size(), 1);
         QVERIFY(!connected.wait(ControllerManager::AnnounceDelay + 500));
+    }
+
+    // One missed answer is forgiven, the second in a row ends the link. Takes
+    // four heartbeat periods of real time.
+    void missedHeartbeats()
+    {
+        // A fresh link starts the heartbeat timer from now.
+        QVERIFY(relink(fixture, fixture.sim.tcpPort()));
+        LogTail log;
+        HmiRecords records;
+        QSignalSpy disconnected(rc(), &ControllerManager::rcDisconnected);
+        QSignalSpy received(&fixture.sim, &RcSimulator::requestReceived);
+        const auto beats = [&] { return packetsOf(received, "controller.heart").size(); };
+        const int period = ControllerManager::HeartbeatInterval;
+
+        fixture.sim.injectFault(Fault::MissHeartbeats, 1);
+        QVERIFY(log.waitFor("controller dying", period + ControllerManager::ExecTimeout + Slack));
+        QCOMPARE(beats(), 1);
+        QVERIFY(log.lines().filter("controller dying").value(0).startsWith("[W|"));
+
+        // The answered second beat resets the count: the third warns, the fourth ends it.
+        QTRY_COMPARE_WITH_TIMEOUT(beats(), 2, period + Slack);
+        fixture.sim.injectFault(Fault::NoHeartbeat);
+        QVERIFY(disconnected.wait(2 * period + ControllerManager::ExecTimeout + Slack));
+        QCOMPARE(beats(), 4);
+        QCOMPARE(log.count("controller dying"), 2);
+        QCOMPARE(log.count("controller dead"), 1);
+        QVERIFY(log.lines().filter("controller dead").value(0).startsWith("[E|"));
+        QCOMPARE(records.titles, QStringList());
     }
 
     void simulatorStopIsNoticed()
