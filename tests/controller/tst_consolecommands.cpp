@@ -72,6 +72,7 @@ private Q_SLOTS:
         QCOMPARE(texts(console.error), valid ? QStringList() : refused);
     }
 
+    // clang-format off
     void request_data()
     {
         QTest::addColumn<QString>("args");
@@ -80,23 +81,16 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("outputs");
         QTest::addColumn<QString>("error"); // set: nothing is sent
         const QJsonValue none(QJsonValue::Undefined);
-        QTest::newRow("--sync is not the switch")
-            << "system.state.get_motor --sync" << 0 << none << QStringList() << "";
-        QTest::newRow("-s prints one line of JSON")
-            << "system.state.get_motor -s" << 0 << none << QStringList{"{\"power\":\"off\"}"} << "";
-        QTest::newRow("-s after a time-out prints {}")
-            << "system.state.get_motor -s" << ControllerManager::ExecTimeout + 800 << none
-            << QStringList{"{}"} << "";
-        QTest::newRow("array") << "io.io_signal.set_signal_value -data=[1,2]" << 0
-                               << QJsonValue(QJsonArray{1, 2}) << QStringList() << "";
-        QTest::newRow("object") << "dynamic.drag.set_params -data={\"type\":1}" << 0
-                                << QJsonValue(QJsonObject{{"type", 1}}) << QStringList() << "";
+        QTest::newRow("--sync is not the switch") << "system.state.get_motor --sync" << 0 << none << QStringList() << "";
+        QTest::newRow("-s prints one line of JSON") << "system.state.get_motor -s" << 0 << none << QStringList{"{\"power\":\"off\"}"} << "";
+        QTest::newRow("-s after a time-out prints {}") << "system.state.get_motor -s" << ControllerManager::ExecTimeout + 800 << none << QStringList{"{}"} << "";
+        QTest::newRow("array") << "io.io_signal.set_signal_value -data=[1,2]" << 0 << QJsonValue(QJsonArray{1, 2}) << QStringList() << "";
+        QTest::newRow("object") << "dynamic.drag.set_params -data={\"type\":1}" << 0 << QJsonValue(QJsonObject{{"type", 1}}) << QStringList() << "";
         // Sending {} for a typo would act on the controller's defaults.
-        QTest::newRow("invalid json") << "dynamic.drag.set_params -data={oops" << 0 << none
-                                      << QStringList() << "invalid data json";
-        QTest::newRow("unknown command") << "system.state.get_nothing" << 0 << none << QStringList()
-                                         << "no such request command";
+        QTest::newRow("invalid json") << "dynamic.drag.set_params -data={oops" << 0 << none << QStringList() << "invalid data json";
+        QTest::newRow("unknown command") << "system.state.get_nothing" << 0 << none << QStringList() << "no such request command";
     }
+    // clang-format on
 
     void request()
     {
@@ -122,23 +116,22 @@ private Q_SLOTS:
         QCOMPARE(texts(console.error).join("").section(':', 0, 0), error);
     }
 
+    // clang-format off
     void completion_data()
     {
         QTest::addColumn<QString>("line");
         QTest::addColumn<bool>("hint");
         QTest::addColumn<QStringList>("shown"); // completed text or hint lines
         QTest::newRow("group") << "rc.request sys" << false << QStringList{"tem"};
-        QTest::newRow("command") << "  rc.request system.state.get_mo" << false
-                                 << QStringList{"tor"};
+        QTest::newRow("command") << "  rc.request system.state.get_mo" << false << QStringList{"tor"};
         QTest::newRow("more text follows") << "rc.request system.st -s" << false << QStringList();
         QTest::newRow("nothing matches") << "rc.request system.nothing" << false << QStringList();
         // One line of the children's names, in the catalogue's order.
-        QTest::newRow("hint, group")
-            << "rc.request dynamic" << true << QStringList{"control\t drag\n"};
-        QTest::newRow("hint, command")
-            << "rc.request dynamic.drag.set_params" << true << QStringList{"request\t response\n"};
+        QTest::newRow("hint, group") << "rc.request dynamic" << true << QStringList{"control\t drag\n"};
+        QTest::newRow("hint, command") << "rc.request dynamic.drag.set_params" << true << QStringList{"request\t response\n"};
         QTest::newRow("hint, nothing") << "rc.request system.nothing" << true << QStringList();
     }
+    // clang-format on
 
     void completion()
     {

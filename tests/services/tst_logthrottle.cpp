@@ -22,19 +22,13 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("seen");
         QTest::addColumn<QStringList>("flushed"); // "kind=n"
 
-        QTest::newRow("burst, then held, new window reports")
-            << QList<Call>{{"a", 0}, {"a", 1}, {"a", 2}, {"a", 3}, {"a", 100}}
-            << QStringList{"w", "w", "-", "-", "w2"} << QStringList();
-        QTest::newRow("kinds counted apart")
-            << QList<Call>{{"a", 0}, {"a", 1}, {"b", 2}, {"a", 3}, {"b", 4}, {"b", 5}}
-            << QStringList{"w", "w", "w", "-", "w", "-"} << QStringList{"a=1", "b=1"};
-        QTest::newRow("a window is no sliding one")
-            << QList<Call>{{"a", 0}, {"a", 99}, {"a", 100}, {"a", 101}, {"a", 102}}
-            << QStringList{"w", "w", "w", "w", "-"} << QStringList{"a=1"};
+        // clang-format off
+        QTest::newRow("burst, then held, new window reports") << QList<Call>{{"a", 0}, {"a", 1}, {"a", 2}, {"a", 3}, {"a", 100}} << QStringList{"w", "w", "-", "-", "w2"} << QStringList();
+        QTest::newRow("kinds counted apart") << QList<Call>{{"a", 0}, {"a", 1}, {"b", 2}, {"a", 3}, {"b", 4}, {"b", 5}} << QStringList{"w", "w", "w", "-", "w", "-"} << QStringList{"a=1", "b=1"};
+        QTest::newRow("a window is no sliding one") << QList<Call>{{"a", 0}, {"a", 99}, {"a", 100}, {"a", 101}, {"a", 102}} << QStringList{"w", "w", "w", "w", "-"} << QStringList{"a=1"};
         // A clock that goes back (a new process, a test) opens a window.
-        QTest::newRow("clock going back")
-            << QList<Call>{{"a", 500}, {"a", 501}, {"a", 502}, {"a", 10}}
-            << QStringList{"w", "w", "-", "w1"} << QStringList();
+        QTest::newRow("clock going back") << QList<Call>{{"a", 500}, {"a", 501}, {"a", 502}, {"a", 10}} << QStringList{"w", "w", "-", "w1"} << QStringList();
+        // clang-format on
     }
 
     void allow()

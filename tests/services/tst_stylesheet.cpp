@@ -78,73 +78,50 @@ private Q_SLOTS:
         QCOMPARE(page.styleSheet(), kSheet);
     }
 
-    void walk_data()
-    {
-        QTest::addColumn<QString>("kind");
-        QTest::newRow("exception") << "exception";
-        QTest::newRow("scroll area") << "scroll";
-        QTest::newRow("tab widget") << "tab";
-        QTest::newRow("combo box") << "combo";
-        QTest::newRow("leaf") << "leaf";
-    }
+    // One page with every kind of child the walk treats apart; each container
+    // below has its own layout (margin 5) and sheet ("own").
     void walk()
     {
-        QFETCH(QString, kind);
         setZoom(2.0);
         QWidget page;
         auto* layout = new QVBoxLayout(&page);
-        // `inner` is a container below the widget under test.
-        auto* inner = new QWidget;
-        auto* innerLayout = new QVBoxLayout(inner);
-        innerLayout->setContentsMargins(5, 5, 5, 5);
-        innerLayout->addWidget(new QLabel("x"));
-        inner->setStyleSheet("own");
-        QWidget* subject = nullptr;
-        QList<QWidget*> exceptions;
-        QPointer<QAbstractItemView> oldView;
-        if (kind == "exception") {
-            subject = inner;
-            exceptions << inner;
-        } else if (kind == "scroll") {
-            auto* area = new QScrollArea;
-            area->setWidget(inner);
-            subject = area;
-        } else if (kind == "tab") {
-            auto* tabs = new QTabWidget;
-            tabs->addTab(inner, "t");
-            subject = tabs;
-        } else if (kind == "combo") {
-            auto* combo = new QComboBox;
-            oldView = combo->view();
-            subject = combo;
-        } else {
-            subject = new QLabel("leaf");
+        QList<QWidget*> inner;
+        QList<QLayout*> innerLayouts;
+        for (int i = 0; i < 3; ++i) {
+            inner << new QWidget;
+            innerLayouts << new QVBoxLayout(inner.last());
+            innerLayouts.last()->setContentsMargins(5, 5, 5, 5);
+            innerLayouts.last()->addWidget(new QLabel("x"));
+            inner.last()->setStyleSheet("own");
         }
-        layout->addWidget(subject);
-        if (kind == "leaf") {
-            setRecursiveWidgetStyleSheet(subject, kSheet);
-            QCOMPARE(subject->styleSheet(), QString());
-            return;
+        auto* area = new QScrollArea;
+        area->setWidget(inner[1]);
+        auto* tabs = new QTabWidget;
+        tabs->addTab(inner[2], "t");
+        auto* combo = new QComboBox;
+        QPointer<QAbstractItemView> oldView = combo->view();
+        auto* leaf = new QLabel("leaf");
+        for (QWidget* w : {inner[0], static_cast<QWidget*>(area), static_cast<QWidget*>(tabs),
+                           static_cast<QWidget*>(combo), static_cast<QWidget*>(leaf)}) {
+            layout->addWidget(w);
         }
-        setRecursiveWidgetStyleSheet(&page, kSheet, exceptions);
+        setRecursiveWidgetStyleSheet(&page, kSheet, {inner[0]});
         QCOMPARE(page.styleSheet(), kSheet);
-        if (kind == "exception") {
-            QCOMPARE(inner->styleSheet(), QString("own"));
-            QCOMPARE(innerLayout->contentsMargins().left(), 5);
-        } else if (kind == "scroll") {
-            QCOMPARE(subject->styleSheet(), QString());
-            QCOMPARE(inner->styleSheet(), kSheet);
-            QCOMPARE(innerLayout->contentsMargins().left(), 10);
-        } else if (kind == "tab") {
-            QCOMPARE(subject->styleSheet(), kSheet);
-            QCOMPARE(inner->styleSheet(), QString("own"));
-            QCOMPARE(innerLayout->contentsMargins().left(), 5);
-        } else {
-            auto* combo = static_cast<QComboBox*>(subject);
-            QVERIFY(oldView.isNull());
-            QVERIFY(qobject_cast<QListView*>(combo->view()));
-            QCOMPARE(combo->styleSheet(), QString());
-        }
+        // An exception keeps its sheet and its margins.
+        QCOMPARE(inner[0]->styleSheet(), QString("own"));
+        QCOMPARE(innerLayouts[0]->contentsMargins().left(), 5);
+        // A scroll area passes the sheet to its content, which is zoomed.
+        QCOMPARE(area->styleSheet(), QString());
+        QCOMPARE(inner[1]->styleSheet(), kSheet);
+        QCOMPARE(innerLayouts[1]->contentsMargins().left(), 10);
+        // A tab widget takes the sheet itself and keeps its pages as they are.
+        QCOMPARE(tabs->styleSheet(), kSheet);
+        QCOMPARE(inner[2]->styleSheet(), QString("own"));
+        QCOMPARE(innerLayouts[2]->contentsMargins().left(), 5);
+        // A combo box gets a list view its item rules reach, the old one freed.
+        QVERIFY(oldView.isNull() && qobject_cast<QListView*>(combo->view()));
+        QCOMPARE(combo->styleSheet(), QString());
+        QCOMPARE(leaf->styleSheet(), QString());
     }
 
     void clear()

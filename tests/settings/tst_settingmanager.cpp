@@ -119,21 +119,17 @@ private Q_SLOTS:
         QCOMPARE(readFile("config/" + kept[0]), content);
     }
 
+    // clang-format off
     void wrongTypes_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addColumn<QStringList>("replaced"); // keys named by a W line
-        QTest::newRow("port as text") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":"abc"}})")
-                                      << QStringList{"server/port"};
-        QTest::newRow("port with a fraction")
-            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":5050.5}})")
-            << QStringList{"server/port"};
-        QTest::newRow("section as a list")
-            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000},"udp":[1]})")
-            << QStringList{"udp"};
-        QTest::newRow("all right, keys missing")
-            << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000}})") << QStringList();
+        QTest::newRow("port as text") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":"abc"}})") << QStringList{"server/port"};
+        QTest::newRow("port with a fraction") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":5050.5}})") << QStringList{"server/port"};
+        QTest::newRow("section as a list") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000},"udp":[1]})") << QStringList{"udp"};
+        QTest::newRow("all right, keys missing") << QByteArray(R"({"server":{"ip":"10.0.0.2","port":6000}})") << QStringList();
     }
+    // clang-format on
 
     // A wrong value takes the template's default for that key alone, with one
     // W line naming it; the user's other values stay.

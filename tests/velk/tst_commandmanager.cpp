@@ -163,32 +163,23 @@ private Q_SLOTS:
 
     void help()
     {
+        // Fifteen wide characters: 33 columns on a terminal, the widest usage here.
+        RecordingCommand wide(QStringLiteral("zz.") + QString(15, QChar(0x5BBD)));
+        QVERIFY(command().regist(&wide));
         QVERIFY(command().execute("help"));
-        // One line per listed command, in name order, with usage and description.
+        // One line per listed command, in name order, descriptions aligned by display width.
         const QStringList lines = only(m_output).split('\n');
         QCOMPARE(lines.size(), command().names().size());
-        const int alpha = command().names().indexOf("zz.alpha");
-        QVERIFY(lines.value(alpha).startsWith("zz.alpha") && lines[alpha].endsWith("what it gets"));
+        const QString alpha = lines.value(command().names().indexOf("zz.alpha"));
+        QVERIFY(alpha.startsWith("zz.alpha") && alpha.endsWith("what it gets"));
+        QCOMPARE(alpha.indexOf("records"), 3 + 30 + 2);
+        QCOMPARE(lines.value(command().names().indexOf(wide.name())).indexOf("records"),
+                 3 + 15 + 2);
         m_output.clear();
         QVERIFY(command().execute("help zz.secret"));
         QVERIFY(only(m_output).contains("records what it gets"));
         QVERIFY(command().execute("help zz.none"));
         QCOMPARE(m_error.count(), 1);
-    }
-
-    void helpAlignsByDisplayWidth()
-    {
-        // Fifteen wide characters: 33 columns on a terminal, the widest usage here.
-        RecordingCommand wide(QStringLiteral("zz.") + QString(15, QChar(0x5BBD)));
-        QVERIFY(command().regist(&wide));
-        m_output.clear();
-        QVERIFY(command().execute("help"));
-        const QStringList lines = only(m_output).split('\n');
-        const QString wideLine = lines.value(command().names().indexOf(wide.name()));
-        const QString alphaLine = lines.value(command().names().indexOf("zz.alpha"));
-        QCOMPARE(wideLine.indexOf("records"), 3 + 15 + 2);
-        QCOMPARE(alphaLine.indexOf("records"), 3 + 30 + 2);
-        m_output.clear();
     }
 
     // clang-format off
