@@ -160,17 +160,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("packet");
         QTest::addColumn<QString>("shown");
         const QString big(2 * 1024 * 1024, 'x');
-        QTest::newRow("2 MiB id") << line({{"id", big}})
-                                  << "xxx ...(" + QString::number(big.size()) + " characters)]!";
-        QTest::newRow("line break in an id") << line({{"id", "a\n[E|01/01 00:00:00.000] forged\r"}})
-                                             << R"(a\n[E|01/01 00:00:00.000] forged\r)";
-        QTest::newRow("terminal clear in a name")
-            << line({{"module", "\x1b[2J\x1b[H"}, {"command", "x"}}) << R"(\x1b[2J\x1b[H.x)";
-        QTest::newRow("right-to-left override")
-            << line({{"module", QString("a") + QChar(0x202e) + "b"}, {"command", "c"}})
-            << R"(a\u202eb.c)";
-        QTest::newRow("non-string id, long packet")
-            << line({{"id", 5}, {"pad", big}}) << "Invalid response id in {\"id\":5,\"pad\":\"xxx";
+        // clang-format off
+        QTest::newRow("2 MiB id") << line({{"id", big}}) << "xxx ...(" + QString::number(big.size()) + " characters)]!";
+        QTest::newRow("line break in an id") << line({{"id", "a\n[E|01/01 00:00:00.000] forged\r"}}) << R"(a\n[E|01/01 00:00:00.000] forged\r)";
+        QTest::newRow("terminal clear in a name") << line({{"module", "\x1b[2J\x1b[H"}, {"command", "x"}}) << R"(\x1b[2J\x1b[H.x)";
+        QTest::newRow("right-to-left override") << line({{"module", QString("a") + QChar(0x202e) + "b"}, {"command", "c"}}) << R"(a\u202eb.c)";
+        QTest::newRow("non-string id, long packet") << line({{"id", 5}, {"pad", big}}) << "Invalid response id in {\"id\":5,\"pad\":\"xxx";
+        // clang-format on
     }
 
     // One bounded line each, with nothing in it that starts another line or

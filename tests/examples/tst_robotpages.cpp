@@ -68,15 +68,12 @@ private Q_SLOTS:
         QTest::addColumn<QString>("power");     // "zarvo.r.power" once it followed
         QTest::addColumn<QStringList>("enabled");
 
-        QTest::newRow("manual, motor off, idle") << QStringList{"manual", "off", "idle", "NStop"}
-                                                 << "off" << QStringList{"btnMotorOn", "btnAuto"};
-        QTest::newRow("manual, motor on")
-            << QStringList{"manual", "on", "idle", "NStop"} << "on" << QStringList{"btnMotorOff"};
-        QTest::newRow("auto, motor on, running: nothing may stop it from here")
-            << QStringList{"auto", "on", "running", "NStop"} << "on" << QStringList{};
-        QTest::newRow("safety stop: only the reset, and a mode change")
-            << QStringList{"auto", "off", "idle", "EStop"} << "estop"
-            << QStringList{"btnManual", "btnReset"};
+        // clang-format off
+        QTest::newRow("manual, motor off, idle") << QStringList{"manual", "off", "idle", "NStop"} << "off" << QStringList{"btnMotorOn", "btnAuto"};
+        QTest::newRow("manual, motor on") << QStringList{"manual", "on", "idle", "NStop"} << "on" << QStringList{"btnMotorOff"};
+        QTest::newRow("auto, motor on, running: nothing may stop it from here") << QStringList{"auto", "on", "running", "NStop"} << "on" << QStringList{};
+        QTest::newRow("safety stop: only the reset, and a mode change") << QStringList{"auto", "off", "idle", "EStop"} << "estop" << QStringList{"btnManual", "btnReset"};
+        // clang-format on
     }
 
     void statusSwitches()
