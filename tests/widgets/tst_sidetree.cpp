@@ -301,6 +301,54 @@ private Q_SLOTS:
         QVERIFY(m_tree->wgt()->styleSheet().contains(font));
     }
 
+    void rootSwitcher_data()
+    {
+        // "click:<root>", "install:<root>", "label:<root>=<text>" or "remove:<root>".
+        QTest::addColumn<QString>("step");
+        QTest::addColumn<QStringList>("buttons"); // texts in order, "*" marks the checked one
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("at start") << "" << QStringList{"Robot*", "IO"} << "robot.joint";
+        // Folded to the button column, the initials stand for the labels.
+        QTest::newRow("click another root") << "click:io" << QStringList{"R", "I*"} << "io";
+        QTest::newRow("click the root shown")
+            << "click:robot" << QStringList{"Robot*", "IO"} << "robot.joint";
+        QTest::newRow("root installed late")
+            << "install:cell" << QStringList{"Robot*", "IO", "Cell"} << "robot.joint";
+        QTest::newRow("label changed")
+            << "label:io=E/A" << QStringList{"Robot*", "E/A"} << "robot.joint";
+        QTest::newRow("one root left: nothing to switch")
+            << "remove:io" << QStringList{"Robot*"} << "robot.joint";
+    }
+
+    void rootSwitcher()
+    {
+        QFETCH(QString, step);
+        QFETCH(QStringList, buttons);
+        QFETCH(QString, shown);
+        const QString root = step.section(':', 1).section('=', 0, 0);
+        if (step.startsWith("click:")) {
+            QTest::mouseClick(m_tree->rootButton(root), Qt::LeftButton);
+        } else if (step.startsWith("install:")) {
+            installPageTree(m_pages, {{root, "Cell"}});
+        } else if (step.startsWith("label:")) {
+            tree("root." + root)->set(nullptr, step.section('=', 1));
+        } else if (step.startsWith("remove:")) {
+            tree("root")->remove(nullptr, root, true);
+        }
+        settleEvents();
+        QWidget* strip = form("wgtRoots");
+        QStringList texts;
+        for (int i = 0; i < strip->layout()->count(); ++i) {
+            auto* b = qobject_cast<QPushButton*>(strip->layout()->itemAt(i)->widget());
+            QVERIFY(b && b->objectName() == "btnRoot" && b->isCheckable());
+            texts << b->text() + (b->isChecked() ? "*" : "");
+        }
+        QCOMPARE(texts, buttons);
+        QCOMPARE(strip->isVisible(), buttons.size() > 1);
+        QCOMPARE(centerWidget()->currentKey(), shown);
+        QCOMPARE(tree("cur_root")->getString(), shown.section('.', 0, 0));
+    }
+
     void parentButtonOpensAndCloses()
     {
         QPushButton* tool = button("robot.tool");
