@@ -293,12 +293,13 @@ private Q_SLOTS:
         QCOMPARE(centerWidget()->currentKey(), folded ? root : QString("robot.joint"));
     }
 
-    void renderUsesTheBodyStyle()
+    void renderStylesTheColumn()
     {
         m_tree->render();
-        const QString font = theme()->buildStyleFromStr("$font$default");
-        QVERIFY(!font.isEmpty());
-        QVERIFY(m_tree->wgt()->styleSheet().contains(font));
+        for (const char* value : {"$font$default", "$color$topic"}) {
+            const QString expanded = theme()->buildStyleFromStr(value);
+            QVERIFY2(!expanded.isEmpty() && m_tree->wgt()->styleSheet().contains(expanded), value);
+        }
     }
 
     void rootSwitcher_data()
