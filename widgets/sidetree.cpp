@@ -111,8 +111,12 @@ void SideTree::init()
 
 void SideTree::render()
 {
+    // The tree's own file keeps its single rule, which themes on disk copy; the root
+    // switcher's rules come from a file of their own.
     const QString sheet =
-        theme()->genStyleSheet(getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree")));
+        theme()->genStyleSheet(getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree"))) +
+        theme()->genStyleSheet(
+            getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree_roots")));
     setRecursiveWidgetStyleSheet(m_wgt, sheet);
     if (isFolded()) {
         applyFoldColours(true);
