@@ -1,34 +1,13 @@
 // A module of the HMI beside the core module: it installs a page tree into the side tree.
 
-#include "module/managerhelper.h"
-#include "widgets/basepage.h"
+#include "tests/common/pagetree.h"
 
 #include <pomr/bmodule.h>
-#include <pomr/centerwidget.h>
-#include <pomr/shell.h>
 #include <velk/basecommand.h>
 #include <velk/commandmanager.h>
 #include <velk/velk.h>
 
-#include <QLabel>
-#include <QPointer>
-
 namespace {
-
-class Page : public zarvo::BasePage
-{
-public:
-    Page(const QString& name, const QString& label, QObject* parent)
-        : zarvo::BasePage(name, label, parent)
-        , m_widget(new QLabel(label))
-    {
-    }
-    ~Page() override { delete m_widget.data(); }
-    QWidget* wgt() override { return m_widget; }
-
-private:
-    QPointer<QWidget> m_widget;
-};
 
 // "fake.shown" outputs the key of the page the centre widget shows.
 class ShownCommand : public velk::BaseCommand
@@ -45,7 +24,6 @@ public:
     }
 };
 
-// Two roots: cell (fence, light) and service (log).
 class TreeModule : public pomr::BModule
 {
 public:
@@ -54,14 +32,11 @@ public:
     void init() override
     {
         velk::command().regist(new ShownCommand(this));
-        auto* cell = new Page(QStringLiteral("cell"), QStringLiteral("Cell"), this);
-        cell->addSubmodule(new Page(QStringLiteral("fence"), QStringLiteral("Fence"), cell));
-        cell->addSubmodule(
-            new Page(QStringLiteral("light"), QStringLiteral("Light curtain"), cell));
-        auto* service = new Page(QStringLiteral("service"), QStringLiteral("Service"), this);
-        service->addSubmodule(new Page(QStringLiteral("log"), QStringLiteral("Log"), service));
-        ManagerHelper::installSideTree(cell);
-        ManagerHelper::installSideTree(service);
+        installPageTree(this, {{"cell", "Cell"},
+                               {"cell.fence", "Fence"},
+                               {"cell.light", "Light curtain"},
+                               {"service", "Service"},
+                               {"service.log", "Log"}});
     }
 };
 
