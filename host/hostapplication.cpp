@@ -96,7 +96,8 @@ int HostApplication::run()
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
     connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
     std::vector<std::unique_ptr<UiCommand>> uiCommands;
-    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+    for (UiCommand::Kind kind :
+         {UiCommand::Dump, UiCommand::Click, UiCommand::Grab, UiCommand::Check}) {
         uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
         velk::command().regist(uiCommands.back().get());
     }
