@@ -43,6 +43,24 @@ bool isStop(const QString& power)
 
 } // namespace
 
+QString StatusPage::stateText(const QString& state)
+{
+    // The words the controller is known to send; a new one is shown as it comes.
+    if (state == QLatin1String("idle")) {
+        return tr("idle");
+    }
+    if (state == QLatin1String("running")) {
+        return tr("running");
+    }
+    if (state == QLatin1String("paused")) {
+        return tr("paused");
+    }
+    if (state == QLatin1String("error")) {
+        return tr("error");
+    }
+    return state;
+}
+
 StatusPage::StatusPage(QObject* parent)
     : zarvo::BasePage(QStringLiteral("status"), tr("Status"), parent)
     , m_page(new QWidget)
@@ -143,7 +161,7 @@ void StatusPage::refresh()
     m_mode->setText(mode == QLatin1String("manual") ? tr("manual")
                     : mode == QLatin1String("auto") ? tr("auto")
                                                     : mode);
-    m_state->setText(state);
+    m_state->setText(stateText(state));
     m_joints->setText(numbers(velk::m(r("joint"))->getList(), 2));
     m_position->setText(numbers(velk::m(r("position"))->getList(), 2));
     m_euler->setText(numbers(velk::m(r("euler"))->getList(), 2));
