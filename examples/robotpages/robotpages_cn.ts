@@ -96,6 +96,10 @@
 <context>
     <name>robotpages::StatusPage</name>
     <message>
+        <source> (last known)</source>
+        <translation>（最后已知）</translation>
+    </message>
+    <message>
         <source>idle</source>
         <translation>空闲</translation>
     </message>

@@ -152,19 +152,26 @@ void StatusPage::refresh()
     const bool stop = isStop(power);
     const bool running = state == QLatin1String("running");
 
+    // Without the link the robot may have moved on: what is shown is only the
+    // last thing heard, and the operator must see that.
+    const QString mark = connected ? QString() : tr(" (last known)");
     m_link->setText(connected ? tr("connected") : tr("not connected"));
-    m_power->setText(stop ? tr("off") : power == QLatin1String("on") ? tr("on") : tr("off"));
-    m_stop->setText(stop ? power.toUpper() : tr("none"));
+    m_power->setText((stop                           ? tr("off")
+                      : power == QLatin1String("on") ? tr("on")
+                                                     : tr("off")) +
+                     mark);
+    m_stop->setText((stop ? power.toUpper() : tr("none")) + mark);
     m_stop->setProperty("role", stop ? QStringLiteral("stop") : QStringLiteral("value"));
     m_stop->style()->unpolish(m_stop);
     m_stop->style()->polish(m_stop);
-    m_mode->setText(mode == QLatin1String("manual") ? tr("manual")
-                    : mode == QLatin1String("auto") ? tr("auto")
-                                                    : mode);
-    m_state->setText(stateText(state));
-    m_joints->setText(numbers(velk::m(r("joint"))->getList(), 2));
-    m_position->setText(numbers(velk::m(r("position"))->getList(), 2));
-    m_euler->setText(numbers(velk::m(r("euler"))->getList(), 2));
+    m_mode->setText((mode == QLatin1String("manual") ? tr("manual")
+                     : mode == QLatin1String("auto") ? tr("auto")
+                                                     : mode) +
+                    mark);
+    m_state->setText(stateText(state) + mark);
+    m_joints->setText(numbers(velk::m(r("joint"))->getList(), 2) + mark);
+    m_position->setText(numbers(velk::m(r("position"))->getList(), 2) + mark);
+    m_euler->setText(numbers(velk::m(r("euler"))->getList(), 2) + mark);
 
     // What the controller accepts: no motor while a safety stop is active; a
     // mode change only with the motor off; nothing that stops a running program
