@@ -178,7 +178,7 @@ void TestHeadless::failures_data()
         << QStringList{"--headless", "--plugin", "/nonexistent/libzarvo.so"} << 3
         << "cannot load plug-in /nonexistent/libzarvo.so: no such file";
     // This very source file stands in for a file that is no library.
-    QTest::newRow("not a library") << QStringList{"--headless", "--plugin", __FILE__} << 3
+    QTest::newRow("not a library") << QStringList{"--headless", "--plugin", HEADLESS_SOURCE} << 3
                                    << "tst_headless.cpp: Cannot load library";
     QTest::newRow("no symbol") << QStringList{"--headless", "--plugin", FAKE_NOSYMBOL_PLUGIN} << 4
                                << "does not export newModule()";
