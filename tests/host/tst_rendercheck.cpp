@@ -163,6 +163,8 @@ void TestRenderCheck::realWindow()
         hmi.say("ui.click btnFold");
         ++checks;
     }
+    // The pages of a module loaded beside the core module are in the window.
+    hmi.say("ui.dump StatusPage");
     hmi.say("quit");
     QVERIFY(hmi.waitForFinished(kStartMs));
     QCOMPARE(hmi.exitCode(), 0);
