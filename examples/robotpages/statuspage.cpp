@@ -13,6 +13,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -67,9 +68,22 @@ StatusPage::StatusPage(QObject* parent)
 {
     m_page->setObjectName(QStringLiteral("StatusPage"));
     m_page->setAttribute(Qt::WA_StyledBackground);
-    auto* layout = new QVBoxLayout(m_page);
+    // Large zoom factors make the page taller than a panel's screen: it
+    // scrolls rather than pushing the window, and its status bar, off it.
+    auto* outer = new QVBoxLayout(m_page);
+    outer->setContentsMargins(0, 0, 0, 0);
+    auto* scroll = new QScrollArea(m_page);
+    scroll->setObjectName(QStringLiteral("scaStatus"));
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    outer->addWidget(scroll);
+    auto* content = new QWidget;
+    content->setObjectName(QStringLiteral("wgtStatusContent"));
+    content->setAttribute(Qt::WA_StyledBackground);
+    scroll->setWidget(content);
+    auto* layout = new QVBoxLayout(content);
 
-    auto* state = new QGroupBox(tr("Robot"), m_page);
+    auto* state = new QGroupBox(tr("Robot"), content);
     state->setObjectName(QStringLiteral("grpState"));
     auto* form = new QFormLayout(state);
     layout->addWidget(state);
@@ -89,7 +103,7 @@ StatusPage::StatusPage(QObject* parent)
     m_position = row(tr("Position (mm)"), "lblPosition");
     m_euler = row(tr("Euler angles (°)"), "lblEuler");
 
-    auto* actions = new QGroupBox(tr("Switch"), m_page);
+    auto* actions = new QGroupBox(tr("Switch"), content);
     actions->setObjectName(QStringLiteral("grpActions"));
     auto* grid = new QGridLayout(actions);
     layout->addWidget(actions);
