@@ -132,6 +132,25 @@ QStringList RenderCheck::problems(QWidget* window, const QRect& screen)
     }
     Walk walk{window, QRect(QPoint(0, 0), screen.size()), {}};
     walk.visit(window, 0);
+    if (!walk.screen.contains(QRect(QPoint(0, 0), window->size()))) {
+        // The window grew past the screen: name the pages that made it, by
+        // what they need beside the room the rest of the window takes.
+        const QList<QStackedWidget*> stacks = window->findChildren<QStackedWidget*>();
+        for (const QStackedWidget* stack : stacks) {
+            const QWidget* page = stack->currentWidget();
+            if (!page || !page->isVisible()) {
+                continue;
+            }
+            const QSize need = page->minimumSizeHint().expandedTo(page->minimumSize()) +
+                               (window->size() - page->size());
+            if (need.width() > screen.width() || need.height() > screen.height()) {
+                walk.problems.append(QStringLiteral("makes the window %1x%2: %3")
+                                         .arg(need.width())
+                                         .arg(need.height())
+                                         .arg(describe(page)));
+            }
+        }
+    }
     if (walk.seen > kMaximumWidgets) {
         walk.problems.append(
             QStringLiteral("more than %1 widgets, the rest not checked").arg(kMaximumWidgets));

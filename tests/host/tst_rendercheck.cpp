@@ -49,7 +49,7 @@ private Q_SLOTS:
 void TestRenderCheck::problems_data()
 {
     QTest::addColumn<Build>("build");
-    QTest::addColumn<QString>("found"); // the start of the one problem, or empty
+    QTest::addColumn<QString>("found"); // part of the last problem, or empty
 
     const QString longText = QStringLiteral("Reset the safety stop of the robot");
     QTest::newRow("label that fits")
@@ -87,6 +87,12 @@ void TestRenderCheck::problems_data()
         place(page, new QLabel("Motor power: on"), QRect(10, 10, 200, 30));
         stackWith(w, page);
     }) << "";
+    QTest::newRow("page that makes the window taller than the screen") << Build([](QWidget* w) {
+        auto* page = new QWidget;
+        page->setObjectName("wgtTall");
+        page->setMinimumHeight(500);
+        (new QVBoxLayout(w))->addWidget(stackWith(w, page));
+    }) << "QWidget wgtTall";
     QTest::newRow("hidden widgets are not looked at")
         << Build([=](QWidget* w) { place(w, new QLabel(longText), QRect(390, 0, 20, 30))->hide(); })
         << "";
@@ -95,7 +101,7 @@ void TestRenderCheck::problems_data()
 void TestRenderCheck::problems()
 {
     QFETCH(Build, build);
-    QFETCH(QString, found);
+    QFETCH(QString, found); // in the one problem, or in the line naming the culprit
 
     QWidget window;
     window.resize(400, 300);
@@ -107,8 +113,9 @@ void TestRenderCheck::problems()
     if (found.isEmpty()) {
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join('\n')));
     } else {
-        QCOMPARE(problems.size(), 1);
-        QVERIFY2(problems.at(0).startsWith(found), qPrintable(problems.at(0)));
+        QVERIFY2(problems.size() == 1 || problems.constLast().startsWith("makes the window"),
+                 qPrintable(problems.join('\n')));
+        QVERIFY2(problems.constLast().contains(found), qPrintable(problems.join('\n')));
     }
 }
 
