@@ -20,6 +20,7 @@
 #include <pomr/shell.h>
 #include <pomr/statusbar.h>
 #include <velk/commandmanager.h>
+#include <velk/moduleobject.h>
 #include <velk/qlog.h>
 #include <velk/velk.h>
 
@@ -96,7 +97,8 @@ int HostApplication::run()
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
     connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
     std::vector<std::unique_ptr<UiCommand>> uiCommands;
-    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+    for (UiCommand::Kind kind :
+         {UiCommand::Dump, UiCommand::Click, UiCommand::Grab, UiCommand::Check}) {
         uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
         velk::command().regist(uiCommands.back().get());
     }
@@ -152,6 +154,21 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
+    // The core module restyles its own pages when the theme or a zoom
+    // changes; further modules are its siblings and restyle here, after it
+    // (its theme manager watches the same index objects, connected earlier).
+    QObject restyle;
+    velk::ModuleObject* themeIndex = velk::m(QStringLiteral("zvtheme"));
+    for (const char* key : {"current", "size_zoom", "font_zoom"}) {
+        connect(themeIndex->cmobj(QLatin1String(key)), &velk::ModuleObject::changed, &restyle,
+                [&extraModules] {
+                    for (const QPointer<pomr::BModule>& extra : extraModules) {
+                        if (extra) {
+                            extra->startRender();
+                        }
+                    }
+                });
+    }
     // After the lifecycle, when the link, its channel and its commands exist.
     LinkSupervisor link;
     link.setEnabled(m_options.reconnect());
