@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 
+Q_DECLARE_METATYPE(QMessageBox::Icon)
+
 namespace {
 
 // Acts on the modal box that the next exec() shows; gives up after five seconds.
@@ -29,6 +31,32 @@ class tst_MsgManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The severity an operator reads off a box: a wrong title or icon is a false alarm or a
+    // hidden one. The odd pairs (type 1 titled "Warning" with the information icon) are kept.
+    void boxLook_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QMessageBox::Icon>("icon");
+        QTest::addRow("unknown") << -1 << "Info!" << QMessageBox::NoIcon;
+        QTest::addRow("1") << 1 << "Warning" << QMessageBox::Information;
+        QTest::addRow("2") << 2 << "Information" << QMessageBox::Information;
+        QTest::addRow("3") << 3 << "Question" << QMessageBox::Question;
+        QTest::addRow("4") << 4 << "Warning!" << QMessageBox::Warning;
+        QTest::addRow("5") << 5 << "Error!" << QMessageBox::Critical;
+        QTest::addRow("6") << 6 << "ERROR" << QMessageBox::Critical;
+        QTest::addRow("past the end") << 7 << "Info!" << QMessageBox::NoIcon;
+    }
+
+    void boxLook()
+    {
+        QFETCH(int, type);
+        QWidget parent;
+        std::unique_ptr<QMessageBox> box(MsgManager::buildMsgBox(&parent, MSG_TYPE(type), "body"));
+        QTEST(box->windowTitle(), "title");
+        QTEST(box->icon(), "icon");
+    }
+
     // The operator's answer comes back, from a box that stays on top without a
     // parent to hide behind, with this HMI's labels where Qt's differ.
     void showMsgReturnsTheClickedButton()
