@@ -12,6 +12,7 @@
 #include "quitcommand.h"
 #include "signalwatcher.h"
 #include "statuspanel.h"
+#include "themefollower.h"
 #include "uicommand.h"
 #include "waitcommand.h"
 #include "windowmenus.h"
@@ -152,6 +153,13 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
+    // The core module re-renders its own tree on a theme or zoom change; the
+    // further modules' pages must change with it, after it.
+    ThemeFollower themeFollower;
+    for (const QPointer<pomr::BModule>& extra : extraModules) {
+        themeFollower.addModule(extra);
+    }
+    themeFollower.follow(QStringLiteral("zvtheme"));
     // After the lifecycle, when the link, its channel and its commands exist.
     LinkSupervisor link;
     link.setEnabled(m_options.reconnect());

@@ -98,6 +98,7 @@ private Q_SLOTS:
     void kitVersions_data();
     void kitVersions();
     void sideTreeOfAModule();
+    void themeReachesModules();
 };
 
 void TestHeadless::script_data()
@@ -320,6 +321,23 @@ void TestHeadless::sideTreeOfAModule()
     QCOMPARE(run.out.constLast(), QStringLiteral("service.log"));
     QVERIFY2(run.err.contains(QStringLiteral("switch to wrong root: nowhere")),
              qPrintable(run.describe()));
+}
+
+void TestHeadless::themeReachesModules()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const Run run =
+        runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
+                QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--module"),
+                QStringLiteral(FAKE_PAGETREE_PLUGIN), QStringLiteral("--workdir"), dir.path()},
+               "fake.style\ntheme.set zvtheme_dark\nfake.style\ntheme.zoom 1.5\nfake.style\n");
+    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
+    // A page of a module loaded after the core module follows a switch and a zoom at once.
+    const QStringList styles = run.out.filter(QStringLiteral("background-color:"));
+    QCOMPARE(styles, QStringList({"background-color:#ffffff;min-height:20px;",
+                                  "background-color:#1e1f22;min-height:20px;",
+                                  "background-color:#1e1f22;min-height:30px;"}));
 }
 
 QTEST_GUILESS_MAIN(TestHeadless)

@@ -1,6 +1,7 @@
 // A module of the HMI beside the core module: it installs a page tree into the side tree.
 
 #include "module/managerhelper.h"
+#include "theme/thememanager.h"
 #include "widgets/basepage.h"
 
 #include <pomr/bmodule.h>
@@ -10,6 +11,7 @@
 #include <velk/commandmanager.h>
 #include <velk/velk.h>
 
+#include <QJsonObject>
 #include <QLabel>
 #include <QPointer>
 
@@ -25,6 +27,11 @@ public:
     }
     ~Page() override { delete m_widget.data(); }
     QWidget* wgt() override { return m_widget; }
+    void render() override
+    {
+        m_widget->setStyleSheet(theme()->buildStyleFromJson(
+            {{"background-color", "$color$center_bkg"}, {"min-height", "20px"}}));
+    }
 
 private:
     QPointer<QWidget> m_widget;
@@ -45,6 +52,21 @@ public:
     }
 };
 
+// "fake.style" outputs the style sheet of the first page's widget.
+class StyleCommand : public velk::BaseCommand
+{
+public:
+    StyleCommand(QWidget* widget, QObject* parent)
+        : velk::BaseCommand(QStringLiteral("fake.style"), true, parent)
+        , m_widget(widget)
+    {
+    }
+    void execute(const QString&) override { output(m_widget ? m_widget->styleSheet() : QString()); }
+
+private:
+    QPointer<QWidget> m_widget;
+};
+
 // Two roots: cell (fence, light) and service (log).
 class TreeModule : public pomr::BModule
 {
@@ -60,6 +82,9 @@ public:
             new Page(QStringLiteral("light"), QStringLiteral("Light curtain"), cell));
         auto* service = new Page(QStringLiteral("service"), QStringLiteral("Service"), this);
         service->addSubmodule(new Page(QStringLiteral("log"), QStringLiteral("Log"), service));
+        velk::command().regist(new StyleCommand(cell->wgt(), this));
+        addSubmodule(cell);
+        addSubmodule(service);
         ManagerHelper::installSideTree(cell);
         ManagerHelper::installSideTree(service);
     }
