@@ -8,9 +8,13 @@
 
 namespace {
 
+// Disabled stands for the roles that look different on a disabled widget;
+// Enabled for those that change only while it is enabled.
+enum Groups { All, Enabled, Disabled };
+
 struct RoleEntry
 {
-    QPalette::ColorGroup group;
+    Groups groups;
     QPalette::ColorRole role;
     const char* entry;
 };
@@ -33,28 +37,37 @@ void deriveShades(QPalette* palette, const QColor& window)
 QPalette ThemeManager::getPalette(const QPalette& base)
 {
     static const RoleEntry roles[] = {
-        {QPalette::All, QPalette::Window, "window_bkg"},
-        {QPalette::All, QPalette::Button, "window_bkg"},
-        {QPalette::All, QPalette::WindowText, "text"},
-        {QPalette::All, QPalette::ButtonText, "text"},
-        {QPalette::All, QPalette::Text, "text"},
-        {QPalette::All, QPalette::ToolTipText, "text"},
-        {QPalette::All, QPalette::Base, "center_bkg"},
-        {QPalette::All, QPalette::AlternateBase, "alternate_bkg"},
-        {QPalette::All, QPalette::ToolTipBase, "tooltip_bkg"},
-        {QPalette::All, QPalette::Highlight, "highlight"},
-        {QPalette::All, QPalette::HighlightedText, "highlight_text"},
-        {QPalette::Disabled, QPalette::WindowText, "text_disabled"},
-        {QPalette::Disabled, QPalette::ButtonText, "text_disabled"},
-        {QPalette::Disabled, QPalette::Text, "text_disabled"},
+        {All, QPalette::Window, "window_bkg"},
+        {All, QPalette::Button, "window_bkg"},
+        {All, QPalette::ToolTipText, "text"},
+        {All, QPalette::AlternateBase, "alternate_bkg"},
+        {All, QPalette::ToolTipBase, "tooltip_bkg"},
+        {All, QPalette::HighlightedText, "highlight_text"},
+        {Enabled, QPalette::WindowText, "text"},
+        {Enabled, QPalette::ButtonText, "text"},
+        {Enabled, QPalette::Text, "text"},
+        {Enabled, QPalette::Base, "center_bkg"},
+        {Enabled, QPalette::Highlight, "highlight"},
+        {Disabled, QPalette::WindowText, "text_disabled"},
+        {Disabled, QPalette::ButtonText, "text_disabled"},
+        {Disabled, QPalette::Text, "text_disabled"},
+        {Disabled, QPalette::Base, "window_bkg"},
     };
     QPalette palette = base;
     for (const RoleEntry& role : roles) {
         // A theme without the entry keeps the platform's colour (getColor
         // has said once which entry is missing).
         const QColor colour = getColor(QLatin1String(role.entry));
-        if (colour.isValid()) {
-            palette.setColor(role.group, role.role, colour);
+        if (!colour.isValid()) {
+            continue;
+        }
+        if (role.groups == Disabled) {
+            palette.setColor(QPalette::Disabled, role.role, colour);
+        } else if (role.groups == Enabled) {
+            palette.setColor(QPalette::Active, role.role, colour);
+            palette.setColor(QPalette::Inactive, role.role, colour);
+        } else {
+            palette.setColor(QPalette::All, role.role, colour);
         }
     }
     const QColor window = palette.color(QPalette::Active, QPalette::Window);

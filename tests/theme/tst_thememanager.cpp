@@ -349,10 +349,11 @@ private Q_SLOTS:
         QVERIFY(QApplication::palette().color(QPalette::Dark) != platform.color(QPalette::Dark));
         theme()->setCurrentTheme("zvtheme_default");
         theme()->render();
-        for (int role = 0; role < QPalette::NColorRoles; ++role) {
-            const auto r = QPalette::ColorRole(role);
-            QCOMPARE(QApplication::palette().color(QPalette::Active, r),
-                     platform.color(QPalette::Active, r));
+        for (auto group : {QPalette::Active, QPalette::Disabled}) {
+            for (int role = 0; role < QPalette::NColorRoles; ++role) {
+                const auto r = QPalette::ColorRole(role);
+                QCOMPARE(QApplication::palette().color(group, r), platform.color(group, r));
+            }
         }
         theme()->setCurrentTheme("zvtheme_dark");
 
