@@ -8,10 +8,9 @@
 // the GUI thread over 50 ms; a 1 ms timer at most 2 ms late (p99) while the
 // pose streams at 1 kHz. --strict exits 3 when one is missed.
 
+#include "benchhmi.h"
 #include "benchstats.h"
 #include "ingestbench.h"
-
-#include "services/modulelog.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -24,10 +23,7 @@ using benchstats::spread;
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    zarvo::setDebugLogEnabled(false);
+    benchhmi::prepare();
     QApplication app(argc, argv);
 
     QCommandLineParser parser;

@@ -7,10 +7,9 @@
 // Target: the link's median round trip at most 1.3 times the floor's.
 // --strict exits 3 when it is missed.
 
+#include "benchhmi.h"
 #include "benchstats.h"
 #include "linkbench.h"
-
-#include "services/modulelog.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -34,10 +33,7 @@ QVector<double> micros(const QVector<qint64>& nanos)
 
 int main(int argc, char* argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
-    zarvo::setDebugLogEnabled(false);
+    benchhmi::prepare();
     QApplication app(argc, argv);
 
     QCommandLineParser parser;

@@ -1,23 +1,19 @@
 #include "ingestbench.h"
 
+#include "benchhmi.h"
 #include "benchstats.h"
 #include "latenessprobe.h"
 
 #include "controller/controllermanager.h"
 #include "module/managerhelper.h"
-#include "module/zarvo.h"
 #include "services/modulelog.h"
 
-#include <pomr/lifecycledriver.h>
-#include <velk/jsonfile.h>
 #include <velk/moduleobject.h>
 #include <velk/networkhandle.h>
 #include <velk/networkobject.h>
 #include <velk/velk.h>
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QJsonDocument>
 #include <QTcpSocket>
@@ -27,23 +23,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Runs the event loop until `done` holds or `ms` pass.
-template <typename Done>
-bool waitFor(Done done, qint64 ms)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > ms) {
-            return false;
-        }
-        QEventLoop loop;
-        QTimer::singleShot(2, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
 
 // Standard error to /dev/null while it lives: debug lines are formatted and
 // written, but no terminal's speed is measured.
@@ -146,50 +125,18 @@ IngestBench::~IngestBench() = default;
 
 bool IngestBench::start()
 {
-    if (!m_dir.isValid() || !QDir::setCurrent(m_dir.path())) {
-        m_error = QStringLiteral("no temporary working directory");
-        return false;
-    }
     if (!m_peer.start()) {
         m_error = QStringLiteral("the peer cannot listen on loopback");
         return false;
     }
-    // Discovery rounds go somewhere harmless on loopback.
-    qputenv("ZARVO_BROADCAST_ADDRESS", "127.0.0.1");
     m_discovery.bind(QHostAddress::LocalHost, 0);
-    const int port = m_peer.port();
-    const QJsonObject settings{
-        {"language", "en"},
-        {"server", QJsonObject{{"ip", "127.0.0.1"}, {"port", port}}},
-        {"local", QJsonObject{{"ip", ""}}},
-        {"udp", QJsonObject{{"local_port", 0}, {"server_port", int(m_discovery.localPort())}}},
-        {"upgrade_server", QJsonObject{{"ip", "127.0.0.1"}, {"port", port}}},
-        {"workspace", "workspace"},
-        {"interval", 18},
-    };
-    if (!velk::JsonFile::write(QStringLiteral("config/setting.json"), settings)) {
-        m_error = QStringLiteral("cannot write the settings");
-        return false;
-    }
-    auto* module = new Zarvo(this);
-    auto* driver = new pomr::LifecycleDriver(this);
-    bool announced = false;
-    const QMetaObject::Connection announcement =
-        connect(rc(), &ControllerManager::rcConnected, this, [&announced] { announced = true; });
-    driver->startup(module);
-    const bool up = waitFor([&announced] { return announced; }, 5000);
-    disconnect(announcement);
-    if (!up) {
-        m_error = QStringLiteral("the link did not connect");
-        return false;
-    }
-    waitFor([] { return rc()->pendingCount() == 0; }, 5000);
-    return true;
+    return benchhmi::startHmi(m_dir, {m_peer.port(), m_discovery.localPort(), m_peer.port()}, this,
+                              &m_error);
 }
 
 bool IngestBench::settle(int ms)
 {
-    return waitFor([this] { return !m_peer.busy(); }, ms) && heartbeat();
+    return benchhmi::waitFor([this] { return !m_peer.busy(); }, ms) && heartbeat();
 }
 
 double IngestBench::hmiRate(qint64 count, bool debug)
@@ -203,7 +150,7 @@ double IngestBench::hmiRate(qint64 count, bool debug)
         ErrorsToNull quiet(debug);
         MonitorCounter counter(this);
         m_peer.burst(FloodPeer::Hmi, count);
-        if (waitFor([&] { return counter.count >= count; }, 20000 + count / 10)) {
+        if (benchhmi::waitFor([&] { return counter.count >= count; }, 20000 + count / 10)) {
             rate = counter.rate();
         }
     }
@@ -220,7 +167,7 @@ double IngestBench::floorRate(qint64 count)
         return 0;
     }
     socket.write("{\"floor\":true}\n");
-    if (!waitFor([this] { return m_peer.hasFloor(); }, 5000)) {
+    if (!benchhmi::waitFor([this] { return m_peer.hasFloor(); }, 5000)) {
         return 0;
     }
     QByteArray buffer;
@@ -231,25 +178,19 @@ double IngestBench::floorRate(qint64 count)
     clock.start();
     connect(&socket, &QTcpSocket::readyRead, this, [&] {
         buffer += socket.readAll();
-        int from = 0;
-        int end;
-        while ((end = buffer.indexOf('\n', from)) >= 0) {
-            const QJsonDocument doc = QJsonDocument::fromJson(
-                QByteArray::fromRawData(buffer.constData() + from, end - from));
-            from = end + 1;
+        benchhmi::parseLines(buffer, [&](const QJsonDocument& doc) {
             if (doc.isObject() && !doc.object().isEmpty()) {
                 last = clock.nsecsElapsed();
                 if (received++ == 0) {
                     first = last;
                 }
             }
-        }
-        buffer.remove(0, from);
+        });
     });
     m_peer.burst(FloodPeer::Floor, count);
-    const bool complete = waitFor([&] { return received >= count; }, 20000 + count / 10);
+    const bool complete = benchhmi::waitFor([&] { return received >= count; }, 20000 + count / 10);
     socket.disconnectFromHost();
-    waitFor([this] { return !m_peer.hasFloor(); }, 5000);
+    benchhmi::waitFor([this] { return !m_peer.hasFloor(); }, 5000);
     if (!complete || received < 2 || last <= first) {
         return 0;
     }
@@ -299,7 +240,7 @@ IngestBench::Flood IngestBench::flood(qint64 count)
     probe.start();
     beat.start(250);
     m_peer.burst(FloodPeer::Hmi, count);
-    f.complete = waitFor([this] { return !m_peer.busy(); }, 60000 + count / 5);
+    f.complete = benchhmi::waitFor([this] { return !m_peer.busy(); }, 60000 + count / 5);
     beat.stop();
     f.complete = f.complete && heartbeat();
     f.seconds = clock.nsecsElapsed() / 1e9;
@@ -330,7 +271,8 @@ IngestBench::Stream IngestBench::stream(int hertz, qint64 count)
     probe.start();
     m_peer.stream(FloodPeer::Hmi, hertz, count);
     s.complete =
-        waitFor([this] { return !m_peer.busy(); }, 10000 + count * 4000 / hertz) && heartbeat();
+        benchhmi::waitFor([this] { return !m_peer.busy(); }, 10000 + count * 4000 / hertz) &&
+        heartbeat();
     probe.stop();
     s.delivered = counter.count;
     s.lateP50 = probe.p50();
@@ -344,7 +286,7 @@ IngestBench::Stream IngestBench::idle(int ms)
     Stream s;
     LatenessProbe probe;
     probe.start();
-    waitFor([] { return false; }, ms);
+    benchhmi::waitFor([] { return false; }, ms);
     probe.stop();
     s.complete = true;
     s.lateP50 = probe.p50();

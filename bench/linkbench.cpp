@@ -1,44 +1,19 @@
 #include "linkbench.h"
 
+#include "benchhmi.h"
+
 #include "controller/controllermanager.h"
 #include "module/managerhelper.h"
-#include "module/zarvo.h"
 #include "services/modulelog.h"
 
-#include <pomr/lifecycledriver.h>
-#include <velk/jsonfile.h>
 #include <velk/moduleobject.h>
 #include <velk/networkobject.h>
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
-
-namespace {
-
-// Runs the event loop until `done` holds or `ms` pass.
-template <typename Done>
-bool waitFor(Done done, int ms)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > ms) {
-            return false;
-        }
-        QEventLoop loop;
-        QTimer::singleShot(5, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return true;
-}
-
-} // namespace
 
 LinkBench::LinkBench(const QString& simulatorPath, QObject* parent)
     : QObject(parent)
@@ -59,11 +34,12 @@ LinkBench::~LinkBench()
 
 bool LinkBench::start()
 {
-    if (!m_dir.isValid() || !QDir::setCurrent(m_dir.path())) {
+    if (!m_dir.isValid()) {
         m_error = QStringLiteral("no temporary working directory");
         return false;
     }
     m_simulator.setProgram(m_simulatorPath);
+    m_simulator.setWorkingDirectory(m_dir.path());
     m_simulator.setArguments({"--tcp-port", "0", "--discovery-port", "0", "--upgrade-port", "0",
                               "--monitor-rate", "0", "-q"});
     m_simulator.start();
@@ -88,36 +64,7 @@ bool LinkBench::start()
     m_discoveryPort = quint16(match.captured(2).toUInt());
     m_upgradePort = quint16(match.captured(3).toUInt());
 
-    const QJsonObject settings{
-        {"language", "en"},
-        {"server", QJsonObject{{"ip", "127.0.0.1"}, {"port", int(m_tcpPort)}}},
-        {"local", QJsonObject{{"ip", ""}}},
-        {"udp", QJsonObject{{"local_port", 0}, {"server_port", int(m_discoveryPort)}}},
-        {"upgrade_server", QJsonObject{{"ip", "127.0.0.1"}, {"port", int(m_upgradePort)}}},
-        {"workspace", "workspace"},
-        {"interval", 18},
-    };
-    if (!velk::JsonFile::write(QStringLiteral("config/setting.json"), settings)) {
-        m_error = QStringLiteral("cannot write the settings");
-        return false;
-    }
-
-    auto* module = new Zarvo(this);
-    auto* driver = new pomr::LifecycleDriver(this);
-    bool announced = false;
-    const QMetaObject::Connection announcement =
-        connect(rc(), &ControllerManager::rcConnected, this, [&announced] { announced = true; });
-    driver->startup(module);
-    const bool up = waitFor([&announced] { return announced; }, 5000);
-    disconnect(announcement);
-    if (!up) {
-        m_error = QStringLiteral("the link did not connect");
-        return false;
-    }
-    // The runtime model queries the robot's state at every connect; let
-    // those answers pass before measuring.
-    waitFor([] { return rc()->pendingCount() == 0; }, 5000);
-    return true;
+    return benchhmi::startHmi(m_dir, {m_tcpPort, m_discoveryPort, m_upgradePort}, this, &m_error);
 }
 
 QVector<qint64> LinkBench::linkRoundTrips(int count)
@@ -142,7 +89,7 @@ QVector<qint64> LinkBench::linkRoundTrips(int count)
             }
         });
     send();
-    waitFor([&] { return samples.size() >= count; }, 60000 + count * 20);
+    benchhmi::waitFor([&] { return samples.size() >= count; }, 60000 + count * 20);
     disconnect(connection);
     return samples;
 }
@@ -173,19 +120,16 @@ QVector<qint64> LinkBench::floorRoundTrips(int count)
     };
     connect(&socket, &QTcpSocket::readyRead, this, [&] {
         buffer += socket.readAll();
-        int end;
-        while ((end = buffer.indexOf('\n')) >= 0) {
-            const QJsonDocument answer = QJsonDocument::fromJson(buffer.left(end));
-            buffer.remove(0, end + 1);
+        benchhmi::parseLines(buffer, [&](const QJsonDocument& answer) {
             if (answer.isObject() && samples.size() < count) {
                 samples.append(clock.nsecsElapsed());
                 if (samples.size() < count) {
                     send();
                 }
             }
-        }
+        });
     });
     send();
-    waitFor([&] { return samples.size() >= count; }, 60000 + count * 20);
+    benchhmi::waitFor([&] { return samples.size() >= count; }, 60000 + count * 20);
     return samples;
 }

@@ -12,6 +12,7 @@
 #include <velk/networkobject.h>
 #include <velk/velk.h>
 
+#include <QCborArray>
 #include <QCryptographicHash>
 #include <QEventLoop>
 #include <QJsonArray>
@@ -50,9 +51,10 @@ void measure(const QJsonValue& value, velk::ModuleObject* existing, int depth, M
                 m.tooMany = true;
                 return;
             }
-            velk::ModuleObject* child =
-                existing && existing->hasCmobj(it.key()) ? existing->cmobj(it.key()) : nullptr;
-            if (!child) {
+            // One look-up per key: each key() is a string made afresh.
+            velk::ModuleObject* child = existing ? existing->cmobj(it.key()) : nullptr;
+            if (!child || child->isEmptyMobj()) {
+                child = nullptr;
                 ++m.created;
             }
             measure(it.value(), child, depth + 1, m);
@@ -60,12 +62,22 @@ void measure(const QJsonValue& value, velk::ModuleObject* existing, int depth, M
     } else if (value.isArray()) {
         // Arrays become one value, but they weigh on memory all the same.
         const QJsonArray array = value.toArray();
-        for (auto it = array.constBegin(); it != array.constEnd() && !m.tooDeep; ++it) {
+        // The CBOR form shares the array and tells an element's type without
+        // making a value of it: the numbers of a pose are only counted, and
+        // only nested arrays and objects are walked.
+        const QCborArray items = QCborArray::fromJsonArray(array);
+        const auto begin = items.constBegin();
+        for (auto it = begin; it != items.constEnd() && !m.tooDeep; ++it) {
             if (++m.nodes > ControllerManager::MaxPacketNodes) {
                 m.tooMany = true;
                 return;
             }
-            measure(*it, nullptr, depth + 1, m);
+            const QCborValue::Type type = it->type();
+            if (type == QCborValue::Array || type == QCborValue::Map) {
+                measure(array.at(int(it - begin)), nullptr, depth + 1, m);
+            } else if (depth + 1 > ControllerManager::MaxPacketDepth) {
+                m.tooDeep = true;
+            }
         }
     }
 }
@@ -197,13 +209,17 @@ bool ControllerManager::request(const QString& module, const QString& command,
         return false;
     }
     const QJsonObject packet = requestPacket(id, module, command, data);
-    zarvo::debugLog() << module << command << data.toString();
+    if (zarvo::isDebugLogEnabled()) {
+        zarvo::debugLog() << module << command << data.toString();
+    }
 
     auto* record = new PendingCommand(module, command);
     m_pending.insert(id, record);
     QTimer::singleShot(RequestTimeout, record, [this, id, record] { asyncTimeout(id, record); });
 
-    zarvo::debugLog() << "req:" << zarvo::excerpt(packet);
+    if (zarvo::isDebugLogEnabled()) {
+        zarvo::debugLog() << "req:" << zarvo::excerpt(packet);
+    }
     velk::net(kRcTcp)->writeJsonPackage(packet, true);
     return true;
 }
@@ -262,7 +278,7 @@ velk::ModuleObject* ControllerManager::execRequest(const QString& module, const 
     }
     const QString id = QStringLiteral("#%1#%2.%3").arg(m_counter++).arg(module, command);
     const QJsonObject packet = requestPacket(id, module, command, data);
-    if (verbose) {
+    if (verbose && zarvo::isDebugLogEnabled()) {
         zarvo::debugLog() << "ereq:" << zarvo::excerpt(packet);
     }
     velk::net(kRcTcp)->writeJsonPackage(packet, true);
@@ -386,7 +402,7 @@ void ControllerManager::response(const QJsonObject& json)
     const QJsonValue data = json.value(QStringLiteral("data"));
 
     if (id.startsWith(QLatin1Char('#'))) {
-        if (!m_exec->isQuiet()) {
+        if (!m_exec->isQuiet() && zarvo::isDebugLogEnabled()) {
             zarvo::debugLog() << "eres:" << zarvo::excerpt(json);
         }
         const QString fullName = id.section(QLatin1Char('#'), -1);
@@ -424,7 +440,9 @@ void ControllerManager::response(const QJsonObject& json)
                   tr("Unrecognized response [%1]!").arg(zarvo::excerpt(id)));
         return;
     }
-    zarvo::debugLog() << "res:" << zarvo::excerpt(json);
+    if (zarvo::isDebugLogEnabled()) {
+        zarvo::debugLog() << "res:" << zarvo::excerpt(json);
+    }
     const QString fullName = record->fullName();
     record->deleteLater();
 
@@ -448,9 +466,13 @@ void ControllerManager::response(const QJsonObject& json)
 
 void ControllerManager::notify(const QJsonObject& json)
 {
-    const QString module = json.value(QStringLiteral("module")).toString();
-    const QString commandName = json.value(QStringLiteral("command")).toString();
-    zarvo::debugLog() << "n:" << zarvo::excerpt(module) << zarvo::excerpt(commandName);
+    const QString module = json.value(QLatin1String("module")).toString();
+    const QString commandName = json.value(QLatin1String("command")).toString();
+    // A stream that writes nothing still builds its arguments: the check
+    // keeps a pose stream from escaping names for nobody.
+    if (zarvo::isDebugLogEnabled()) {
+        zarvo::debugLog() << "n:" << zarvo::excerpt(module) << zarvo::excerpt(commandName);
+    }
 
     velk::ModuleObject* command = velk::m(velk::mName(name(), module, commandName));
     if (command->isEmptyMobj() || module.isEmpty() || commandName.isEmpty()) {
@@ -459,11 +481,11 @@ void ControllerManager::notify(const QJsonObject& json)
                       .arg(zarvo::excerpt(commandText(velk::mName(module, commandName)))));
         return;
     }
-    if (json.contains(QStringLiteral("data"))) {
+    const auto data = json.constFind(QLatin1String("data"));
+    if (data != json.constEnd()) {
         velk::ModuleObject* target = command->insert(this, QStringLiteral("notify"), false)
                                          ->insert(this, QStringLiteral("data"), false);
-        importData(target, json.value(QStringLiteral("data")), velk::mName(module, commandName),
-                   true);
+        importData(target, data.value(), velk::mName(module, commandName), true);
     }
     command->activate(this, command, velk::ActivateData);
 }

@@ -21,6 +21,7 @@
 #include <pomr/shell.h>
 #include <pomr/statusbar.h>
 #include <velk/commandmanager.h>
+#include <velk/moduleobject.h>
 #include <velk/qlog.h>
 #include <velk/velk.h>
 
@@ -97,7 +98,8 @@ int HostApplication::run()
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
     connect(window.get(), &MainWindow::quitRequested, this, &HostApplication::requestQuit);
     std::vector<std::unique_ptr<UiCommand>> uiCommands;
-    for (UiCommand::Kind kind : {UiCommand::Dump, UiCommand::Click, UiCommand::Grab}) {
+    for (UiCommand::Kind kind :
+         {UiCommand::Dump, UiCommand::Click, UiCommand::Grab, UiCommand::Check}) {
         uiCommands.push_back(std::make_unique<UiCommand>(kind, window.get()));
         velk::command().regist(uiCommands.back().get());
     }

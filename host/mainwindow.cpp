@@ -13,6 +13,7 @@
 #include <QDockWidget>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QScreen>
 #include <QSettings>
 #include <QVBoxLayout>
 
@@ -120,7 +121,25 @@ bool MainWindow::restoreLayout(const QString& file)
     // A damaged or foreign file restores nothing rather than something odd.
     const bool placed = !geometry.isEmpty() && restoreGeometry(geometry);
     const bool docked = !state.isEmpty() && restoreState(state);
+    if (placed) {
+        keepOnScreen();
+    }
     return placed && docked;
+}
+
+void MainWindow::keepOnScreen()
+{
+    // A layout saved on a larger screen, or placed by a window manager that
+    // is gone now, must not put the status bar out of the operator's sight.
+    const QRect available = screen() ? screen()->availableGeometry() : QRect();
+    if (available.isEmpty() || available.contains(geometry())) {
+        return;
+    }
+    QRect fitted(geometry().topLeft(), size().boundedTo(available.size()));
+    fitted.moveLeft(
+        qBound(available.left(), fitted.left(), available.right() + 1 - fitted.width()));
+    fitted.moveTop(qBound(available.top(), fitted.top(), available.bottom() + 1 - fitted.height()));
+    setGeometry(fitted);
 }
 
 void MainWindow::saveLayout(const QString& file) const

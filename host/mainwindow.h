@@ -51,6 +51,8 @@ private:
     QMenu* m_viewMenu = nullptr;
 
     void retranslate();
+    // Move and shrink the window into its screen's available area.
+    void keepOnScreen();
 };
 
 } // namespace hmi

@@ -34,7 +34,30 @@ QString oneLine(QString text)
     return text.size() > kLatestShown ? text.left(kLatestShown) + QStringLiteral("...") : text;
 }
 
+// The controller's words for power, mode and robot state, as the operator
+// reads them; a word the controller adds later is shown as it comes.
+const char* const kWords[][2] = {
+    {"on", QT_TRANSLATE_NOOP("hmi::StatusPanel", "on")},
+    {"off", QT_TRANSLATE_NOOP("hmi::StatusPanel", "off")},
+    {"manual", QT_TRANSLATE_NOOP("hmi::StatusPanel", "manual")},
+    {"auto", QT_TRANSLATE_NOOP("hmi::StatusPanel", "auto")},
+    {"idle", QT_TRANSLATE_NOOP("hmi::StatusPanel", "idle")},
+    {"running", QT_TRANSLATE_NOOP("hmi::StatusPanel", "running")},
+    {"paused", QT_TRANSLATE_NOOP("hmi::StatusPanel", "paused")},
+    {"error", QT_TRANSLATE_NOOP("hmi::StatusPanel", "error")},
+};
+
 } // namespace
+
+QString StatusPanel::wordText(const QString& word)
+{
+    for (const auto& entry : kWords) {
+        if (word == QLatin1String(entry[0])) {
+            return tr(entry[1]);
+        }
+    }
+    return word;
+}
 
 StatusPanel::StatusPanel(QWidget* parent)
     : QWidget(parent)
@@ -128,14 +151,14 @@ void StatusPanel::refresh()
     const bool stopped =
         !power.isEmpty() && power != QLatin1String("on") && power != QLatin1String("off");
 
-    m_power->setText(tr("Motor: %1").arg(power.isEmpty() ? tr("unknown") : power) + mark);
+    m_power->setText(tr("Motor: %1").arg(power.isEmpty() ? tr("unknown") : wordText(power)) + mark);
     m_safety->setText(tr("SAFETY STOP: %1").arg(power) + mark);
     m_safety->setVisible(stopped);
     // The runtime puts the stop's name where the power word was: the motor's
     // own state is not known then, and the stop says what matters.
     m_power->setVisible(!stopped);
-    m_mode->setText(tr("Mode: %1").arg(value("mode")) + mark);
-    m_robotState->setText(tr("State: %1").arg(value("state")) + mark);
+    m_mode->setText(tr("Mode: %1").arg(wordText(value("mode"))) + mark);
+    m_robotState->setText(tr("State: %1").arg(wordText(value("state"))) + mark);
     const QString stale =
         current ? QString() : QStringLiteral("QLabel{color:gray;font-style:italic;}");
     for (QLabel* label : {m_power, m_mode, m_robotState}) {

@@ -36,6 +36,9 @@ public:
     QString summary() const;
     bool isSafetyStopShown() const;
 
+    // A word of the controller ("off", "manual", "idle") in the operator's language.
+    static QString wordText(const QString& word);
+
 public Q_SLOTS:
     void setLink(hmi::LinkSupervisor::State state, const QString& text);
 

@@ -1,9 +1,11 @@
 #include "uicommand.h"
 
+#include "rendercheck.h"
 #include "uiinspector.h"
 
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QWidget>
 
 namespace hmi {
@@ -54,9 +56,11 @@ QString UiCommand::commandName(Kind kind)
     case Click:
         return QStringLiteral("ui.click");
     case Grab:
+        return QStringLiteral("ui.grab");
+    case Check:
         break;
     }
-    return QStringLiteral("ui.grab");
+    return QStringLiteral("ui.check");
 }
 
 QString UiCommand::usage() const
@@ -67,9 +71,11 @@ QString UiCommand::usage() const
     case Click:
         return QStringLiteral("ui.click <object name> [<text>]");
     case Grab:
+        return QStringLiteral("ui.grab <file.png> [<object name>]");
+    case Check:
         break;
     }
-    return QStringLiteral("ui.grab <file.png> [<object name>]");
+    return QStringLiteral("ui.check [<width>x<height>]");
 }
 
 QString UiCommand::description() const
@@ -81,9 +87,12 @@ QString UiCommand::description() const
     case Click:
         return tr("Click the first visible widget of that name (and text) with the left button");
     case Grab:
+        return tr("Save a PNG picture of the window, or of the first widget of that name");
+    case Check:
         break;
     }
-    return tr("Save a PNG picture of the window, or of the first widget of that name");
+    return tr("Report blank pages, texts wider than their widget and widgets outside a screen "
+              "of that size (default: the window's screen)");
 }
 
 void UiCommand::execute(const QString& args)
@@ -103,6 +112,13 @@ void UiCommand::execute(const QString& args)
             return;
         }
         click(words.first, words.second);
+        return;
+    case Check:
+        if (!words.second.isEmpty()) {
+            error(tr("%1: one screen size at most (usage: %2)").arg(name(), usage()));
+            return;
+        }
+        check(words.first);
         return;
     case Grab:
         break;
@@ -195,6 +211,32 @@ void UiCommand::grab(const QString& file, const QString& objectName)
                .arg(name(), file)
                .arg(widget->width())
                .arg(widget->height()));
+}
+
+void UiCommand::check(const QString& screen)
+{
+    QWidget* window = target(QString());
+    if (!window) {
+        return;
+    }
+    QSize size = window->screen() ? window->screen()->availableSize() : QSize();
+    if (!screen.isEmpty()) {
+        const QRegularExpressionMatch match =
+            QRegularExpression(QStringLiteral("^(\\d{1,5})x(\\d{1,5})$")).match(screen);
+        size = match.hasMatch() ? QSize(match.captured(1).toInt(), match.captured(2).toInt())
+                                : QSize();
+        if (size.isEmpty()) {
+            error(tr("%1: not a screen size: %2 (usage: %3)").arg(name(), quoted(screen), usage()));
+            return;
+        }
+    }
+    const QStringList problems = RenderCheck::problems(window, QRect(QPoint(0, 0), size));
+    for (const QString& problem : problems) {
+        error(QStringLiteral("%1: %2").arg(name(), problem));
+    }
+    if (problems.isEmpty()) {
+        output(tr("%1: nothing found on %2x%3").arg(name()).arg(size.width()).arg(size.height()));
+    }
 }
 
 } // namespace hmi

@@ -50,7 +50,6 @@ RcSimulator::RcSimulator(QObject* parent)
     m_monitorTimer->setTimerType(Qt::PreciseTimer);
     connect(m_monitorTimer, &QTimer::timeout, this, &RcSimulator::onMonitorTick);
     connect(m_robot, &SimRobot::stateChanged, this, &RcSimulator::onRobotStateChanged);
-    m_clock.start();
 }
 
 RcSimulator::~RcSimulator()
@@ -313,7 +312,7 @@ void RcSimulator::onMonitorTick()
         return;
     const QJsonObject packet{{QStringLiteral("module"), QStringLiteral("motion")},
                              {QStringLiteral("command"), QStringLiteral("move.monitor")},
-                             {QStringLiteral("data"), SimRobot::pose(m_clock.elapsed() / 1000.0)}};
+                             {QStringLiteral("data"), m_robot->livePose()}};
     const QList<SimConnection*> clients = m_clients;
     for (SimConnection* client : clients) {
         if (client->isBursting() || client->bytesToWrite() > MonitorBacklogLimit)

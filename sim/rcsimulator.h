@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QHash>
 #include <QHostAddress>
 #include <QJsonObject>
@@ -195,7 +194,6 @@ private:
 
     QList<SimConnection*> m_clients;
     QTimer* m_monitorTimer;
-    QElapsedTimer m_clock;
     int m_monitorRate = DefaultMonitorRate;
     QSet<SimConnection*> m_bursting;
 

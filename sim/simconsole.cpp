@@ -135,15 +135,19 @@ bool SimConsole::execute(const QString& line, QString* reply)
             if (m_sim->hasFault(fault))
                 faults << QStringLiteral("%1:%2").arg(name).arg(m_sim->faultParameter(fault));
         }
-        out =
-            QStringLiteral("operate %1, power %2, state %3, safety stop %4, version %5\n"
-                           "monitor %6 Hz, faults: %7\nclients: %8")
-                .arg(robot->operate(), robot->power(), robot->robotState(), robot->safetyStop(),
-                     robot->version())
-                .arg(m_sim->monitorRate())
-                .arg(faults.isEmpty() ? QStringLiteral("none") : faults.join(QLatin1Char(' ')))
-                .arg(m_sim->clientPeers().isEmpty() ? QStringLiteral("none")
-                                                    : m_sim->clientPeers().join(QLatin1Char(' ')));
+        QStringList joints;
+        for (double joint : robot->joints())
+            joints << QString::number(joint, 'f', 2);
+        out = QStringLiteral("operate %1, power %2, state %3, safety stop %4, version %5\n"
+                             "joints %9%10\nmonitor %6 Hz, faults: %7\nclients: %8")
+                  .arg(robot->operate(), robot->power(), robot->robotState(), robot->safetyStop(),
+                       robot->version())
+                  .arg(m_sim->monitorRate())
+                  .arg(faults.isEmpty() ? QStringLiteral("none") : faults.join(QLatin1Char(' ')))
+                  .arg(m_sim->clientPeers().isEmpty() ? QStringLiteral("none")
+                                                      : m_sim->clientPeers().join(QLatin1Char(' ')))
+                  .arg(joints.join(QLatin1Char(' ')),
+                       robot->isJogging() ? QStringLiteral(" (jogging)") : QString());
     } else if (cmd == QLatin1String("help")) {
         out = help();
     } else if (cmd == QLatin1String("quit") || cmd == QLatin1String("exit")) {

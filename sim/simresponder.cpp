@@ -111,6 +111,28 @@ int SimResponder::handle(const QString& name, const QJsonObject& data, QJsonValu
     if (name == QLatin1String("system.state.switch_motor_off"))
         return m_robot->switchMotorOff();
 
+    if (name == QLatin1String("robot.servo.clear_alarm"))
+        return m_robot->clearAlarm();
+
+    // Motion.
+    if (name == QLatin1String("motion.jog.start")) {
+        const QJsonObject jog = overlay(m_catalogue->requestData(name).toObject(), data);
+        return m_robot->jogStart(jog.value(QLatin1String("space")).toInt(-1),
+                                 jog.value(QLatin1String("axis")).toInt(-1),
+                                 jog.value(QLatin1String("direction")).toInt());
+    }
+    if (name == QLatin1String("motion.move.stop")) {
+        m_robot->stopMotion();
+        return SimRobot::NoError;
+    }
+    if (name == QLatin1String("motion.jog.set_params")) {
+        const QJsonObject params = overlay(m_catalogue->requestData(name).toObject(), data);
+        m_robot->setJogParams(params.value(QLatin1String("speed")).toInt(),
+                              params.value(QLatin1String("mode")).toInt(),
+                              params.value(QLatin1String("step")).toDouble());
+        // and stored below, so that get_params reports it
+    }
+
     // State queries.
     const QJsonObject state = m_robot->stateData();
     auto fromState = [&](const char* field) {

@@ -18,7 +18,8 @@ class SimRobot;
 //   catalogue does not know, or whose "data" contradicts the JSON types of the
 //   request template, is answered with PackageError (-20000).
 // - system.state.switch_* go to the robot (its refusals become error codes);
-//   system.state.get_* answer from the robot.
+//   system.state.get_* answer from the robot; so do robot.servo.clear_alarm,
+//   motion.jog.start, motion.jog.set_params and motion.move.stop.
 // - A set_X stores its data laid over the request template; its sibling
 //   get_X then answers the response template with that data laid over it.
 //   system.controller.set_params also renames the robot ("alias"), and

@@ -48,6 +48,8 @@ SideTree::SideTree(QObject* parent)
     m_ui->setupUi(m_wgt);
     m_wgt->setAttribute(Qt::WA_StyledBackground);
     m_ui->wgtSpace->hide();
+    m_ui->wgtRoots->setAttribute(Qt::WA_StyledBackground);
+    m_ui->wgtRoots->hide();
     connect(m_ui->btnBack, &QPushButton::clicked, this, &SideTree::back);
     connect(m_ui->btnFold, &QPushButton::clicked, this, &SideTree::fold);
     applyWidth();
@@ -109,8 +111,12 @@ void SideTree::init()
 
 void SideTree::render()
 {
+    // The tree's own file keeps its single rule, which themes on disk copy; the root
+    // switcher's rules come from a file of their own.
     const QString sheet =
-        theme()->genStyleSheet(getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree")));
+        theme()->genStyleSheet(getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree"))) +
+        theme()->genStyleSheet(
+            getRenderPath(QStringLiteral("body"), QStringLiteral("sidetree_roots")));
     setRecursiveWidgetStyleSheet(m_wgt, sheet);
     if (isFolded()) {
         applyFoldColours(true);
@@ -238,6 +244,7 @@ void SideTree::addTree(QString root_name)
         Qt::QueuedConnection);
 
     syncChildren(root);
+    syncRootButtons();
 
     // The first root installed is shown until someone picks another one.
     // Queued: a module installs a root and then its pages in one call, and
@@ -320,6 +327,7 @@ void SideTree::switchRoot(const QString& root_name)
     m_shownRoot = root_name;
     refreshFold(root_name);
     m_ui->lblRoot->setText(root->getString());
+    refreshRootButtons();
     if (shownAlready) {
         return;
     }
@@ -376,6 +384,7 @@ void SideTree::fold()
     m_ui->btnFold->setIcon(theme()->getIcon(
         QStringLiteral("body"), unfolding ? QStringLiteral("fold") : QStringLiteral("unfold")));
     applyFoldColours(!unfolding);
+    refreshRootButtons();
 }
 
 void SideTree::applyWidth()

@@ -43,6 +43,8 @@ public:
     static int maxHistory();
     // The tree button of a page key; null for a root page or an unknown key.
     QPushButton* treeButton(const QString& key) const;
+    // The switcher's button of a root; null for a root without a tree.
+    QPushButton* rootButton(const QString& rootName) const;
     bool isFolded() const;
 
 public Q_SLOTS:
@@ -79,12 +81,17 @@ private:
     bool isRootShown(const QString& rootName) const;
     void applyFoldColours(bool folded);
     void applyWidth();
+    // The root switcher: one button per root that has a tree, in the roots' order.
+    void syncRootButtons();
+    void refreshRootButtons();
+    void chooseRoot(const QString& rootName);
     void storeWidget(velk::ModuleObject* item, const QString& name, QWidget* widget);
     QWidget* storedWidget(velk::ModuleObject* item, const QString& name) const;
 
     Ui::SideTree* m_ui;
     QPointer<QWidget> m_wgt;
     QHash<QString, QPointer<QPushButton>> m_buttons;
+    QHash<QString, QPointer<QPushButton>> m_rootButtons;
     QStringList m_history;
     // The root named by the last switch, also when it does not exist: the stack cannot show
     // "no page" once it has shown one.

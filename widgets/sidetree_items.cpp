@@ -65,9 +65,13 @@ void SideTree::updateTreeItem(velk::ModuleObject* tree_item_mobj, int type)
     }
     const QString rootName = rootOfKey(key);
     if (key == rootName) {
-        // A root has no button: its label heads the column while it is shown.
-        if (type == velk::ActivateData && mobj()->cmobj(kCurRoot)->getString() == rootName) {
-            m_ui->lblRoot->setText(tree_item_mobj->getString());
+        // A root has no tree button: its label heads the column while it is shown, and names
+        // its button in the switcher.
+        if (type == velk::ActivateData) {
+            if (mobj()->cmobj(kCurRoot)->getString() == rootName) {
+                m_ui->lblRoot->setText(tree_item_mobj->getString());
+            }
+            refreshRootButtons();
         }
         return;
     }
@@ -252,6 +256,7 @@ void SideTree::removeTree(const QString& rootName)
     root->remove(this, kWgt, false);
     root->remove(this, kArea, false);
     delete area;
+    syncRootButtons();
 }
 
 void SideTree::toggleChildren(const QString& key)

@@ -16,6 +16,7 @@ inline const QString kCurRoot = QStringLiteral("cur_root");
 inline const QString kParentName = QStringLiteral("btnParent");
 inline const QString kChildName = QStringLiteral("btnChild");
 inline const QString kChildContainer = QStringLiteral("wgtChild");
+inline const QString kRootName = QStringLiteral("btnRoot");
 
 // The first section of a page key names its root.
 inline QString rootOfKey(const QString& key)

@@ -96,6 +96,26 @@
 <context>
     <name>robotpages::StatusPage</name>
     <message>
+        <source> (last known)</source>
+        <translation>（最后已知）</translation>
+    </message>
+    <message>
+        <source>idle</source>
+        <translation>空闲</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>运行中</translation>
+    </message>
+    <message>
+        <source>paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>error</source>
+        <translation>故障</translation>
+    </message>
+    <message>
         <location filename="statuspage.cpp" line="47"/>
         <source>Status</source>
         <translation>状态</translation>

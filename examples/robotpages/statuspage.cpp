@@ -13,6 +13,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -43,15 +44,46 @@ bool isStop(const QString& power)
 
 } // namespace
 
+QString StatusPage::stateText(const QString& state)
+{
+    // The words the controller is known to send; a new one is shown as it comes.
+    if (state == QLatin1String("idle")) {
+        return tr("idle");
+    }
+    if (state == QLatin1String("running")) {
+        return tr("running");
+    }
+    if (state == QLatin1String("paused")) {
+        return tr("paused");
+    }
+    if (state == QLatin1String("error")) {
+        return tr("error");
+    }
+    return state;
+}
+
 StatusPage::StatusPage(QObject* parent)
     : zarvo::BasePage(QStringLiteral("status"), tr("Status"), parent)
     , m_page(new QWidget)
 {
     m_page->setObjectName(QStringLiteral("StatusPage"));
     m_page->setAttribute(Qt::WA_StyledBackground);
-    auto* layout = new QVBoxLayout(m_page);
+    // Large zoom factors make the page taller than a panel's screen: it
+    // scrolls rather than pushing the window, and its status bar, off it.
+    auto* outer = new QVBoxLayout(m_page);
+    outer->setContentsMargins(0, 0, 0, 0);
+    auto* scroll = new QScrollArea(m_page);
+    scroll->setObjectName(QStringLiteral("scaStatus"));
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    outer->addWidget(scroll);
+    auto* content = new QWidget;
+    content->setObjectName(QStringLiteral("wgtStatusContent"));
+    content->setAttribute(Qt::WA_StyledBackground);
+    scroll->setWidget(content);
+    auto* layout = new QVBoxLayout(content);
 
-    auto* state = new QGroupBox(tr("Robot"), m_page);
+    auto* state = new QGroupBox(tr("Robot"), content);
     state->setObjectName(QStringLiteral("grpState"));
     auto* form = new QFormLayout(state);
     layout->addWidget(state);
@@ -71,7 +103,7 @@ StatusPage::StatusPage(QObject* parent)
     m_position = row(tr("Position (mm)"), "lblPosition");
     m_euler = row(tr("Euler angles (°)"), "lblEuler");
 
-    auto* actions = new QGroupBox(tr("Switch"), m_page);
+    auto* actions = new QGroupBox(tr("Switch"), content);
     actions->setObjectName(QStringLiteral("grpActions"));
     auto* grid = new QGridLayout(actions);
     layout->addWidget(actions);
@@ -134,19 +166,26 @@ void StatusPage::refresh()
     const bool stop = isStop(power);
     const bool running = state == QLatin1String("running");
 
+    // Without the link the robot may have moved on: what is shown is only the
+    // last thing heard, and the operator must see that.
+    const QString mark = connected ? QString() : tr(" (last known)");
     m_link->setText(connected ? tr("connected") : tr("not connected"));
-    m_power->setText(stop ? tr("off") : power == QLatin1String("on") ? tr("on") : tr("off"));
-    m_stop->setText(stop ? power.toUpper() : tr("none"));
+    m_power->setText((stop                           ? tr("off")
+                      : power == QLatin1String("on") ? tr("on")
+                                                     : tr("off")) +
+                     mark);
+    m_stop->setText((stop ? power.toUpper() : tr("none")) + mark);
     m_stop->setProperty("role", stop ? QStringLiteral("stop") : QStringLiteral("value"));
     m_stop->style()->unpolish(m_stop);
     m_stop->style()->polish(m_stop);
-    m_mode->setText(mode == QLatin1String("manual") ? tr("manual")
-                    : mode == QLatin1String("auto") ? tr("auto")
-                                                    : mode);
-    m_state->setText(state);
-    m_joints->setText(numbers(velk::m(r("joint"))->getList(), 2));
-    m_position->setText(numbers(velk::m(r("position"))->getList(), 2));
-    m_euler->setText(numbers(velk::m(r("euler"))->getList(), 2));
+    m_mode->setText((mode == QLatin1String("manual") ? tr("manual")
+                     : mode == QLatin1String("auto") ? tr("auto")
+                                                     : mode) +
+                    mark);
+    m_state->setText(stateText(state) + mark);
+    m_joints->setText(numbers(velk::m(r("joint"))->getList(), 2) + mark);
+    m_position->setText(numbers(velk::m(r("position"))->getList(), 2) + mark);
+    m_euler->setText(numbers(velk::m(r("euler"))->getList(), 2) + mark);
 
     // What the controller accepts: no motor while a safety stop is active; a
     // mode change only with the motor off; nothing that stops a running program

@@ -27,6 +27,9 @@ public:
     void init() override;
     void render() override;
 
+    // The controller's robot-state word in the operator's language.
+    static QString stateText(const QString& state);
+
 private:
     void refresh();
     void send(const QString& command);

@@ -131,57 +131,131 @@ quint64 hashKey(const char* p, int size)
     return hash.value;
 }
 
+// The bytes the key scan must look at: everything else (numbers, literals,
+// blanks, commas, colons) is passed over a table look-up at a time.
+struct Structural
+{
+    bool at[256] = {};
+    constexpr Structural()
+    {
+        for (const char c : {'"', '{', '}', '[', ']'}) {
+            at[static_cast<unsigned char>(c)] = true;
+        }
+    }
+};
+constexpr Structural kStructural;
+
+// The closing quote of the string whose opening quote is p[open], or `size`.
+int stringEnd(const char* p, int open, int size)
+{
+    int from = open + 1;
+    for (;;) {
+        const void* quote = std::memchr(p + from, '"', size_t(size - from));
+        if (!quote) {
+            return size;
+        }
+        const int at = int(static_cast<const char*>(quote) - p);
+        int backslashes = 0;
+        while (at - backslashes - 1 > open && p[at - backslashes - 1] == '\\') {
+            ++backslashes;
+        }
+        if (backslashes % 2 == 0) {
+            return at;
+        }
+        from = at + 1;
+    }
+}
+
+// The hash of a key: the common plain ASCII key is hashed in place, anything
+// with escapes or other characters the careful way.
+quint64 keyHash(const char* p, int size)
+{
+    KeyHash hash;
+    for (int i = 0; i < size; ++i) {
+        const unsigned char c = static_cast<unsigned char>(p[i]);
+        if (c >= 0x80 || c == '\\') {
+            return hashKey(p, size);
+        }
+        hash.add(char16_t(c));
+    }
+    return hash.value;
+}
+
+// Whether two of `hashes` are equal. Objects are small as a rule; a large one
+// is sorted rather than compared pair by pair.
+bool hasEqualPair(quint64* hashes, int count)
+{
+    constexpr int kPairwise = 16;
+    if (count <= kPairwise) {
+        for (int i = 1; i < count; ++i) {
+            for (int j = 0; j < i; ++j) {
+                if (hashes[i] == hashes[j]) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+    std::sort(hashes, hashes + count);
+    return std::adjacent_find(hashes, hashes + count) != hashes + count;
+}
+
 // Qt's parser loses the memory of an object or array that a later member of
 // the same name replaces: a peer repeating keys could grow the process
 // without end. Such a package is refused before it is parsed. The package
 // is balanced (the reader found its end); malformed ones fail the parser.
 bool hasRepeatedKey(const char* p, int size)
 {
-    struct Frame
-    {
-        int object; // -1 for an array
-        bool expectKey;
-    };
-    struct Key
-    {
-        int object;
-        quint64 hash;
-        bool operator<(const Key& o) const
-        {
-            return object != o.object ? object < o.object : hash < o.hash;
+    // Where each open object's keys start in `keys`; -1 for an array.
+    QVarLengthArray<int, 32> stack;
+    // The keys of the objects open now, innermost last: an object's keys are
+    // checked and dropped when it closes.
+    QVarLengthArray<quint64, 64> keys;
+    const auto closes = [&] {
+        const int first = stack.last();
+        stack.removeLast();
+        if (first < 0) {
+            return false;
         }
-        bool operator==(const Key& o) const { return object == o.object && hash == o.hash; }
+        const bool repeated = hasEqualPair(keys.data() + first, keys.size() - first);
+        keys.resize(first);
+        return repeated;
     };
-    QVarLengthArray<Frame, 32> stack;
-    QVarLengthArray<Key, 64> keys;
-    int objects = 0;
     for (int i = 0; i < size; ++i) {
+        while (i < size && !kStructural.at[static_cast<unsigned char>(p[i])]) {
+            ++i;
+        }
+        if (i == size) {
+            break;
+        }
         const char c = p[i];
         if (c == '"') {
-            int end = i + 1;
-            while (end < size && p[end] != '"') {
-                end += p[end] == '\\' ? 2 : 1;
-            }
-            if (!stack.isEmpty() && stack.last().expectKey) {
-                keys.append({stack.last().object, hashKey(p + i + 1, qMin(end, size) - i - 1)});
-                stack.last().expectKey = false;
+            const int end = stringEnd(p, i, size);
+            // In an object, the strings followed by a colon are its keys.
+            if (!stack.isEmpty() && stack.last() >= 0) {
+                int next = end + 1;
+                while (next < size && isBlank(p[next])) {
+                    ++next;
+                }
+                if (next < size && p[next] == ':') {
+                    keys.append(keyHash(p + i + 1, end - i - 1));
+                }
             }
             i = end;
         } else if (c == '{') {
-            stack.append({objects++, true});
+            stack.append(keys.size());
         } else if (c == '[') {
-            stack.append({-1, false});
-        } else if ((c == '}' || c == ']') && !stack.isEmpty()) {
-            stack.removeLast();
-        } else if (c == ',' && !stack.isEmpty() && stack.last().object >= 0) {
-            stack.last().expectKey = true;
+            stack.append(-1);
+        } else if (!stack.isEmpty() && closes()) {
+            return true;
         }
     }
-    if (keys.size() < 2) {
-        return false;
+    while (!stack.isEmpty()) {
+        if (closes()) {
+            return true;
+        }
     }
-    std::sort(keys.begin(), keys.end());
-    return std::adjacent_find(keys.begin(), keys.end()) != keys.end();
+    return false;
 }
 
 inline void setError(QString* error, const QString& text)

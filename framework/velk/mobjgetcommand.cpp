@@ -50,6 +50,27 @@ QString jsonText(const QJsonValue& value)
     return QString::fromUtf8(text.mid(1, text.size() - 2));
 }
 
+// The export, with one addition for the reader: a node that has children shows its own value
+// (a page's label above its sub-pages), if it has one, under the empty key, which no child can
+// have. The export itself leaves such values out, so that packets and files built from it
+// carry only the children.
+QJsonValue shownJson(const ModuleObject* node)
+{
+    const QList<ModuleObject*> children = node->cmobjs();
+    if (children.isEmpty()) {
+        return node->exportToJson(false);
+    }
+    QJsonObject object;
+    const QVariant value = node->get();
+    if (value.isValid()) {
+        object.insert(QString(), QJsonValue::fromVariant(value));
+    }
+    for (const ModuleObject* child : children) {
+        object.insert(child->name(), shownJson(child));
+    }
+    return object;
+}
+
 } // namespace
 
 MobjGetCommand::MobjGetCommand(QObject* parent)
@@ -85,7 +106,7 @@ void MobjGetCommand::execute(const QString& args)
         error(tr("no such module object: %1").arg(path));
         return;
     }
-    output(jsonText(node->exportToJson(false)));
+    output(jsonText(shownJson(node)));
 }
 
 void MobjGetCommand::completePath(BaseCommand* command, ModuleObject* root, const QString& text)

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <unistd.h>
 
 namespace velk {
 
@@ -28,6 +29,12 @@ bool consoleDefault()
 bool& consoleFlag()
 {
     static bool on = consoleDefault();
+    return on;
+}
+
+bool& colourFlag()
+{
+    static bool on = qEnvironmentVariableIsEmpty("NO_COLOR") && ::isatty(STDERR_FILENO) == 1;
     return on;
 }
 
@@ -234,7 +241,10 @@ QLog& QLog::appendItem(const QString& item)
 
 // Each item is converted only for a line that is written: a debug line on a
 // hot path that nobody asked for makes no strings at all.
-QLog& QLog::operator<<(const QString& text) { return appendItem(text); }
+QLog& QLog::operator<<(const QString& text)
+{
+    return appendItem(text);
+}
 QLog& QLog::operator<<(const char* text)
 {
     return m_enabled ? appendItem(QString::fromUtf8(text)) : *this;
@@ -338,7 +348,8 @@ void QLog::writeConsole()
     if (!m_enabled || !consoleFlag()) {
         return;
     }
-    const QByteArray line = (m_colour + text()).toUtf8() + kReset + '\n';
+    const QByteArray line =
+        colourFlag() ? (m_colour + text()).toUtf8() + kReset + '\n' : text().toUtf8() + '\n';
     std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
     std::fflush(stderr);
 }
@@ -392,6 +403,16 @@ void QLog::setConsoleEnabled(bool on)
 bool QLog::isConsoleEnabled()
 {
     return consoleFlag();
+}
+
+void QLog::setColourEnabled(bool on)
+{
+    colourFlag() = on;
+}
+
+bool QLog::isColourEnabled()
+{
+    return colourFlag();
 }
 
 QFLog::QFLog(const QString& colour, const QString& prefix, const QString& extra,

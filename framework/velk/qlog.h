@@ -89,6 +89,12 @@ public:
     static void setConsoleEnabled(bool on);
     static bool isConsoleEnabled();
 
+    // Process-wide switch for the colour codes of console lines. Starts on
+    // only when standard error is a terminal and $NO_COLOR is unset or empty:
+    // codes in a file or a pipe are noise to whoever reads it.
+    static void setColourEnabled(bool on);
+    static bool isColourEnabled();
+
 protected:
     QLog& appendItem(const QString& item);
     void writeConsole();

@@ -35,6 +35,15 @@ QJsonValue nested(int depth)
     return value;
 }
 
+QJsonValue nestedArrays(int depth)
+{
+    QJsonValue value = 1;
+    for (int i = 1; i < depth; ++i) {
+        value = QJsonArray{value};
+    }
+    return value;
+}
+
 QJsonArray ones(int count)
 {
     QJsonArray array;
@@ -137,6 +146,13 @@ private Q_SLOTS:
         QTest::newRow("5,000 keys") << QJsonValue(keys(5000, "a")) << false;
         QTest::newRow("20,000 keys") << QJsonValue(keys(20000, "b")) << true;
         QTest::newRow("array of 20,000") << QJsonValue(ones(20000)) << true;
+        // Arrays are counted without walking their numbers: what they nest must still count.
+        QTest::newRow("arrays 60 levels deep") << nestedArrays(60) << false;
+        QTest::newRow("arrays 100 levels deep") << nestedArrays(100) << true;
+        QTest::newRow("100 levels inside an array")
+            << QJsonValue(QJsonArray{1, nested(100)}) << true;
+        QTest::newRow("two nested arrays of 6,000")
+            << QJsonValue(QJsonArray{ones(6000), ones(6000)}) << true;
     }
 
     // Refused whole, with one line, and the link answers on.

@@ -97,8 +97,6 @@ private Q_SLOTS:
     void furtherModulesAndBrokenOnes();
     void kitVersions_data();
     void kitVersions();
-    void sideTreeOfAModule();
-    void themeReachesModules();
 };
 
 void TestHeadless::script_data()
@@ -178,6 +176,9 @@ void TestHeadless::failures_data()
     QTest::newRow("missing plug-in")
         << QStringList{"--headless", "--plugin", "/nonexistent/libzarvo.so"} << 3
         << "cannot load plug-in /nonexistent/libzarvo.so: no such file";
+    // This very source file stands in for a file that is no library.
+    QTest::newRow("not a library") << QStringList{"--headless", "--plugin", HEADLESS_SOURCE} << 3
+                                   << "tst_headless.cpp: Cannot load library";
     QTest::newRow("no symbol") << QStringList{"--headless", "--plugin", FAKE_NOSYMBOL_PLUGIN} << 4
                                << "does not export newModule()";
     QTest::newRow("null factory") << QStringList{"--headless", "--plugin", FAKE_NULLFACTORY_PLUGIN}
@@ -291,53 +292,6 @@ void TestHeadless::kitVersions()
                  qPrintable(run.describe()));
         QVERIFY(!QFileInfo::exists(dir.filePath(QStringLiteral("modules-order.txt"))));
     }
-}
-
-void TestHeadless::sideTreeOfAModule()
-{
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const Run run =
-        runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
-                QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--module"),
-                QStringLiteral(FAKE_PAGETREE_PLUGIN), QStringLiteral("--workdir"), dir.path()},
-               "fake.shown\n"
-               "mobj.set zarvo.sidetree.cur_root service\n"
-               "fake.shown\n"
-               "mobj.get zarvo.sidetree.root\n"
-               "mobj.set zarvo.sidetree.cur_root nowhere\n"
-               "fake.shown\n");
-    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
-    // The first root installed shows its first page; switching the root shows the other.
-    const QStringList expected{"cell.fence", "zarvo.sidetree.cur_root = \"service\"",
-                               "service.log"};
-    QVERIFY2(run.out.size() > 4 && run.out.mid(0, 3) == expected, qPrintable(run.describe()));
-    const QString tree = run.out.mid(3).join(QLatin1Char('\n'));
-    for (const char* label :
-         {"\"fence\": \"Fence\"", "\"light\": \"Light curtain\"", "\"log\": \"Log\""}) {
-        QVERIFY2(tree.contains(QLatin1String(label)), qPrintable(run.describe()));
-    }
-    // A root no module installed leaves the page shown as it was.
-    QCOMPARE(run.out.constLast(), QStringLiteral("service.log"));
-    QVERIFY2(run.err.contains(QStringLiteral("switch to wrong root: nowhere")),
-             qPrintable(run.describe()));
-}
-
-void TestHeadless::themeReachesModules()
-{
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const Run run =
-        runHmi({QStringLiteral("--headless"), QStringLiteral("--plugin"),
-                QStringLiteral(ZARVO_REAL_PLUGIN), QStringLiteral("--module"),
-                QStringLiteral(FAKE_PAGETREE_PLUGIN), QStringLiteral("--workdir"), dir.path()},
-               "fake.style\ntheme.set zvtheme_dark\nfake.style\ntheme.zoom 1.5\nfake.style\n");
-    QVERIFY2(run.finished && run.code == 0, qPrintable(run.describe()));
-    // A page of a module loaded after the core module follows a switch and a zoom at once.
-    const QStringList styles = run.out.filter(QStringLiteral("background-color:"));
-    QCOMPARE(styles, QStringList({"background-color:#ffffff;min-height:20px;",
-                                  "background-color:#1e1f22;min-height:20px;",
-                                  "background-color:#1e1f22;min-height:30px;"}));
 }
 
 QTEST_GUILESS_MAIN(TestHeadless)

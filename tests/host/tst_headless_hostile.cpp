@@ -2,7 +2,7 @@
 // malformed input: afterwards the HMI must still be up, answer a normal
 // request, and have kept its memory and its log within bounds.
 
-#include "testfiles.h"
+#include "hmiprocess.h"
 
 #include <QtTest>
 
@@ -136,13 +136,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         HostilePeer peer;
-        const QJsonObject server{{"ip", "127.0.0.1"}, {"port", int(peer.port())}};
-        QVERIFY(writeFile(dir.filePath("config/setting.json"),
-                          compact({{"language", "en"},
-                                   {"server", server},
-                                   {"upgrade_server", server},
-                                   {"local", QJsonObject{{"ip", ""}}},
-                                   {"udp", QJsonObject{{"local_port", 0}, {"server_port", 9}}}})));
+        QVERIFY(writeSettings(dir.path(), peer.port()));
 
         QProcess hmi;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();

@@ -72,8 +72,6 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void cleanup();
-    void nextDelay_data();
-    void nextDelay();
     void afterALoss_data();
     void afterALoss();
     void restartedControllerIsFoundAgain();
@@ -156,23 +154,6 @@ void TestLinkSupervisor::startSupervising(bool enabled)
     QCOMPARE(m_link->statusText(), QStringLiteral("connected to 127.0.0.1:%1").arg(m_port));
 }
 
-void TestLinkSupervisor::nextDelay_data()
-{
-    QTest::addColumn<int>("current");
-    QTest::addColumn<int>("next");
-
-    QTest::newRow("first doubles") << 1000 << 2000;
-    QTest::newRow("doubling would pass the cap") << 16000 << 30000;
-    QTest::newRow("stays at the cap") << 30000 << 30000;
-}
-
-void TestLinkSupervisor::nextDelay()
-{
-    QFETCH(int, current);
-    QFETCH(int, next);
-    QCOMPARE(LinkSupervisor::nextDelay(current, LinkSupervisor::maximumDelayMs), next);
-}
-
 void TestLinkSupervisor::afterALoss_data()
 {
     QTest::addColumn<bool>("enabled");         // the host option
@@ -240,7 +221,8 @@ void TestLinkSupervisor::restartedControllerIsFoundAgain()
     m_server.close();
     qDeleteAll(findChildren<QTcpSocket*>());
     QTRY_COMPARE(m_link->state(), LinkSupervisor::Reconnecting);
-    QTRY_VERIFY(m_link->currentDelay() == 80); // several refused attempts
+    // Several refused attempts, each waiting twice as long, up to the cap.
+    QTRY_VERIFY(m_link->currentDelay() == 80);
     QVERIFY(m_server.listen(QHostAddress::LocalHost, quint16(m_port)));
     QVERIFY(accept());
     QTRY_COMPARE(m_link->state(), LinkSupervisor::Connected);

@@ -37,8 +37,6 @@ class TestWindowMenus : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void zoomStep_data();
-    void zoomStep();
     void zoomActions_data();
     void zoomActions();
     void themeMenu();
@@ -75,29 +73,6 @@ QAction* TestWindowMenus::action(const QString& name) const
     return m_window.menuBar()->findChild<QAction*>(name);
 }
 
-void TestWindowMenus::zoomStep_data()
-{
-    QTest::addColumn<double>("current");
-    QTest::addColumn<int>("direction");
-    QTest::addColumn<double>("next");
-
-    QTest::newRow("up from a step") << 1.0 << +1 << 1.25;
-    QTest::newRow("down from a step") << 1.0 << -1 << 0.75;
-    QTest::newRow("up from between steps") << 1.1 << +1 << 1.25;
-    QTest::newRow("down from between steps") << 1.1 << -1 << 1.0;
-    QTest::newRow("top stays") << 2.0 << +1 << 2.0;
-    QTest::newRow("bottom stays") << 0.75 << -1 << 0.75;
-    QTest::newRow("down from beyond the top") << 3.0 << -1 << 2.0;
-}
-
-void TestWindowMenus::zoomStep()
-{
-    QFETCH(double, current);
-    QFETCH(int, direction);
-    QFETCH(double, next);
-    QCOMPARE(WindowMenus::zoomStep(current, direction), next);
-}
-
 void TestWindowMenus::zoomActions_data()
 {
     QTest::addColumn<QString>("actionName");
@@ -115,6 +90,16 @@ void TestWindowMenus::zoomActions_data()
                                               << "font_zoom" << 1.0 << 1.25;
     QTest::newRow("normal text") << "actFontReset"
                                  << "font_zoom" << 2.0 << 1.0;
+    QTest::newRow("larger from between steps") << "actZoomIn"
+                                               << "size_zoom" << 1.1 << 1.25;
+    QTest::newRow("smaller from between steps") << "actZoomOut"
+                                                << "size_zoom" << 1.1 << 1.0;
+    QTest::newRow("largest stays") << "actZoomIn"
+                                   << "size_zoom" << 2.0 << 2.0;
+    QTest::newRow("smallest stays") << "actFontOut"
+                                    << "font_zoom" << 0.75 << 0.75;
+    QTest::newRow("smaller from beyond the largest") << "actZoomOut"
+                                                     << "size_zoom" << 3.0 << 2.0;
 }
 
 void TestWindowMenus::zoomActions()

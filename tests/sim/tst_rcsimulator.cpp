@@ -105,6 +105,8 @@ private Q_SLOTS:
     void badInputIsSurvived();
     void stateChanges_data();
     void stateChanges();
+    void jogMovesOneJoint_data();
+    void jogMovesOneJoint();
     void monitorStreamsAtTheRateAndStops();
     void monitorBurstEndsWhenItsClientGoes();
     void faults_data();
@@ -129,8 +131,10 @@ void TestRcSimulator::answersEveryCommand()
     Client c(m_sim->tcpPort());
     const auto& catalogue = m_sim->catalogue();
     QHash<QString, QString> ids;
+    // A jog needs the motor on, which is tried on its own.
     for (const QString& name : catalogue.commands())
-        ids.insert(c.send(name, catalogue.requestData(name)), name);
+        if (name != "motion.jog.start")
+            ids.insert(c.send(name, catalogue.requestData(name)), name);
     for (auto it = ids.begin(); it != ids.end(); ++it) {
         const int i = c.waitFor(idIs(it.key()));
         QVERIFY2(i >= 0 && !c.packets.at(i).contains("error_code"), qPrintable(it.value()));
@@ -199,14 +203,16 @@ void TestRcSimulator::stateChanges_data()
         QTest::newRow(qPrintable(QString(action) + ", " + before))
             << QString(before) << QString(action) << code << QString(after ? after : before);
     };
-    row("manual off idle NStop", "state.switch_motor_on", 0, "manual on idle NStop");
-    row("manual off idle EStop", "state.switch_motor_on", -10005);
-    row("manual on idle NStop", "state.switch_motor_off", 0, "manual off idle NStop");
-    row("manual on running NStop", "state.switch_motor_off", -10004);
-    row("manual off idle NStop", "state.switch_auto", 0, "auto off idle NStop");
-    row("manual on idle NStop", "state.switch_auto", -10002);
-    row("manual off idle NStop", "state.switch_manual", 0);
-    row("auto on idle NStop", "drag.set_params", -10002);
+    row("manual off idle NStop", "system.state.switch_motor_on", 0, "manual on idle NStop");
+    row("manual off idle EStop", "system.state.switch_motor_on", -10005);
+    row("manual on idle NStop", "system.state.switch_motor_off", 0, "manual off idle NStop");
+    row("manual on running NStop", "system.state.switch_motor_off", -10004);
+    row("manual off idle NStop", "system.state.switch_auto", 0, "auto off idle NStop");
+    row("manual on idle NStop", "system.state.switch_auto", -10002);
+    row("manual off idle NStop", "system.state.switch_manual", 0);
+    row("auto on idle NStop", "dynamic.drag.set_params", -10002);
+    row("manual off idle EStop", "robot.servo.clear_alarm", 0, "manual off idle NStop");
+    row("manual off idle NStop", "robot.servo.clear_alarm", 0);
     // A stop cuts the power and ends running, in one notification.
     row("manual on running NStop", "EStop", 0, "manual off idle EStop");
 }
@@ -234,8 +240,7 @@ void TestRcSimulator::stateChanges()
     int answer = -1;
     if (action.contains('.')) {
         const QJsonObject drag{{"enable", true}, {"space", 0}, {"type", 0}};
-        const QJsonObject reply = action.startsWith("drag") ? c.request("dynamic." + action, drag)
-                                                            : c.request("system." + action);
+        const QJsonObject reply = c.request(action, action.contains("drag") ? drag : QJsonObject());
         QCOMPARE(reply.value("error_code").toInt(), code);
         QCOMPARE(reply.contains("error_code"), code != 0);
         answer = c.packets.indexOf(reply);
@@ -254,6 +259,97 @@ void TestRcSimulator::stateChanges()
         QVERIFY(note >= 0 && (client != &c || note > answer));
         QCOMPARE(client->packets.at(note).value("data").toObject(), state(after));
     }
+}
+
+void TestRcSimulator::jogMovesOneJoint_data()
+{
+    QTest::addColumn<QString>("state"); // operate, power, robot state, safety stop
+    QTest::addColumn<int>("axis");
+    QTest::addColumn<int>("direction");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("end"); // a request, "EStop" raised at the cell, or "" (time-out)
+    auto row = [](const char* name, const char* state, int axis, int direction, int code,
+                  const char* end = "") {
+        QTest::newRow(name) << QString(state) << axis << direction << code << QString(end);
+    };
+    row("until stopped", "manual on idle NStop", 1, 1, 0, "motion.move.stop");
+    row("until the key is let go", "manual on idle NStop", 5, -1, 0);
+    row("until a safety stop", "manual on idle NStop", 0, 1, 0, "EStop");
+    row("motor off", "manual off idle NStop", 0, 1, -10002);
+    row("auto mode", "auto on idle NStop", 0, 1, -10001);
+    row("running", "manual on running NStop", 0, 1, -10004);
+    row("safety stop", "manual off idle EStop", 0, 1, -10005);
+    row("no such axis", "manual on idle NStop", 6, 1, -20000);
+}
+
+void TestRcSimulator::jogMovesOneJoint()
+{
+    QFETCH(QString, state);
+    QFETCH(int, axis);
+    QFETCH(int, direction);
+    QFETCH(int, code);
+    QFETCH(QString, end);
+    SimRobot* robot = m_sim->robot();
+    robot->setOperate(state.section(' ', 0, 0));
+    robot->setPower(state.section(' ', 1, 1));
+    robot->setRobotState(state.section(' ', 2, 2));
+    robot->setSafetyStop(state.section(' ', 3, 3));
+    m_sim->setMonitorRate(50);
+    Client c(m_sim->tcpPort());
+    QVERIFY(c.alive());
+    const QVector<double> rest = robot->joints();
+    auto jointsOf = [](const QJsonObject& frame) {
+        QVector<double> out;
+        for (const QJsonValue& v : frame.value("data")["joint"].toArray())
+            out.append(v.toDouble());
+        return out;
+    };
+    // The stream reports what the encoders resolve, a thousandth of a degree.
+    auto same = [](const QVector<double>& a, const QVector<double>& b) {
+        for (int i = 0; i < a.size() && a.size() == b.size(); ++i)
+            if (qAbs(a[i] - b[i]) > 0.002)
+                return false;
+        return a.size() == b.size();
+    };
+    const Match monitor = noteOf("motion", "move.monitor");
+    auto lastFrame = [&]() {
+        QJsonObject last;
+        for (const QJsonObject& p : qAsConst(c.packets))
+            if (monitor(p))
+                last = p;
+        return jointsOf(last);
+    };
+
+    const QJsonObject reply = c.request(
+        "motion.jog.start", QJsonObject{{"space", 0}, {"axis", axis}, {"direction", direction}});
+    QCOMPARE(reply.value("error_code").toInt(), code);
+    if (code != 0) {
+        QVERIFY(!robot->isJogging());
+        QTest::qWait(100);
+        QCOMPARE(robot->joints(), rest);
+        QVERIFY(c.waitFor(monitor) >= 0);
+        QVERIFY(same(lastFrame(), rest));
+        return;
+    }
+    // The stream shows the one joint moving its way, the others still.
+    QVERIFY(c.waitFor([&](const QJsonObject& p) {
+        const QVector<double> j = jointsOf(p);
+        return monitor(p) && j.size() == 6 && (j[axis] - rest[axis]) * direction > 0.01;
+    }) >= 0);
+    QVector<double> moved = lastFrame();
+    moved[axis] = rest[axis];
+    QVERIFY(same(moved, rest));
+
+    if (end == "EStop")
+        robot->setSafetyStop(end);
+    else if (!end.isEmpty())
+        QVERIFY(!c.request(end).contains("error_code"));
+    QVERIFY(QTest::qWaitFor([&]() { return !robot->isJogging(); }, Timeout));
+    const QVector<double> stopped = robot->joints();
+    QTest::qWait(150);
+    QVERIFY(c.alive());
+    QVERIFY(same(lastFrame(), stopped));
+    QCOMPARE(robot->joints(), stopped);
 }
 
 void TestRcSimulator::monitorStreamsAtTheRateAndStops()

@@ -195,10 +195,11 @@ private Q_SLOTS:
     void mobjGet_data()
     {
         QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("node"); // whose export the output must be; null: an error
-        QTest::newRow("whole tree") << "" << "tst_cmd";
-        QTest::newRow("list leaf") << "tst_cmd.joint" << "tst_cmd.joint";
-        QTest::newRow("blanks around path") << "  tst_cmd.server.port " << "tst_cmd.server.port";
+        QTest::addColumn<QString>("shown"); // JSON; null: an error
+        QTest::newRow("whole tree") << "" << R"({"mode":"manual","joint":[1,2],"server":{"":"main","port":5050},"sibling":1,"new":{"leaf":0}})";
+        QTest::newRow("list leaf") << "tst_cmd.joint" << "[1,2]";
+        QTest::newRow("value beside children") << "tst_cmd.server" << R"({"":"main","port":5050})";
+        QTest::newRow("blanks around path") << "  tst_cmd.server.port " << "5050";
         QTest::newRow("unknown path") << "tst_cmd.nothing" << QString();
     }
     // clang-format on
@@ -206,13 +207,16 @@ private Q_SLOTS:
     void mobjGet()
     {
         QFETCH(QString, path);
-        QFETCH(QString, node);
+        QFETCH(QString, shown);
+        velk::m("tst_cmd.server")->set(this, "main");
         QVERIFY(command().execute("mobj.get " + path));
-        QCOMPARE(m_error.count(), node.isNull() ? 1 : 0);
-        QVERIFY(!node.isNull() || only(m_error).contains(path));
+        QCOMPARE(m_error.count(), shown.isNull() ? 1 : 0);
+        QVERIFY(!shown.isNull() || only(m_error).contains(path));
         const QJsonValue printed = parseJson(only(m_output));
         QCOMPARE(path.isEmpty() ? printed["tst_cmd"] : printed,
-                 node.isNull() ? QJsonValue(QJsonValue::Undefined) : velk::m(node)->exportToJson());
+                 shown.isNull() ? QJsonValue(QJsonValue::Undefined) : parseJson(shown));
+        // What is sent and saved stays the children alone.
+        QCOMPARE(velk::m("tst_cmd.server")->exportToJson(), parseJson(R"({"port":5050})"));
     }
 
     // clang-format off

@@ -103,6 +103,36 @@ private Q_SLOTS:
         }
     }
 
+    // clang-format off
+    // Keys compared as the parser will store them, in objects of any size.
+    void repeatedKeys_data()
+    {
+        QTest::addColumn<QByteArray>("input");
+        QTest::addColumn<bool>("refused");
+        QByteArray many = "{";
+        for (int i = 0; i < 40; ++i) {
+            many += "\"k" + QByteArray::number(i) + "\":" + QByteArray::number(i) + ",";
+        }
+        QTest::newRow("40 distinct keys") << QByteArray(many + "\"z\":0}") << false;
+        QTest::newRow("40 keys, the last repeats the first") << QByteArray(many + "\"k0\":0}") << true;
+        QTest::newRow("escaped quote inside a key") << QByteArray("{\"a\\\"\":1,\"a\\\"\":2}") << true;
+        QTest::newRow("keys that differ after an escaped quote") << QByteArray("{\"a\\\"b\":1,\"a\\\"c\":2}") << false;
+        QTest::newRow("key ending in an escaped backslash") << QByteArray("{\"k\\\\\":1,\"k\\\\\":2}") << true;
+        QTest::newRow("escape spelling the same key") << QByteArray("{\"ab\":1,\"a\\u0062\":2}") << true;
+        QTest::newRow("string values that look like keys") << QByteArray(R"({"a":"b","c":["b","b"],"d":{"b":"a"}})") << false;
+        QTest::newRow("repeat in an object closed late") << QByteArray(R"({"x":{"y":[{}],"y":1},"z":2})") << true;
+    }
+    // clang-format on
+
+    void repeatedKeys()
+    {
+        QFETCH(QByteArray, input);
+        QFETCH(bool, refused);
+        const Outcome out = feed({input + "\n"}, 1 << 20);
+        QCOMPARE(out.errors, refused ? 1 : 0);
+        QCOMPARE(out.objects.size(), refused ? 0 : 1);
+    }
+
     void oversizeNeverGrowsTheBuffer()
     {
         QList<QByteArray> chunks{"{\"big\":\""};

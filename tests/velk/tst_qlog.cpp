@@ -43,6 +43,8 @@ private Q_SLOTS:
             m_dir.filePath(QString(QTest::currentTestFunction()) + '-' + QTest::currentDataTag());
         QVERIFY(QDir().mkpath(dir) && QDir::setCurrent(dir));
         QLog::setConsoleEnabled(true);
+        // Captured standard error is no terminal; the cases below want the codes.
+        QLog::setColourEnabled(true);
     }
 
     void cleanup()
@@ -140,7 +142,9 @@ private Q_SLOTS:
         fileLine("[I|t]", "file only");
         QLog::setConsoleEnabled(true);
         QLog(kGreen, "[d|t]", QString()) << "shown";
-        QCOMPARE(capture.take(), QByteArray("\033[32m[d|t] shown\033[0m\n"));
+        QLog::setColourEnabled(false);
+        QLog(kGreen, "[d|t]", QString()) << "plain";
+        QCOMPARE(capture.take(), QByteArray("\033[32m[d|t] shown\033[0m\n[d|t] plain\n"));
         QCOMPARE(readFile("log/zarvo.log"), QByteArray("[I|t] file only\n"));
     }
 

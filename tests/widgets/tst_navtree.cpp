@@ -1,33 +1,19 @@
-#include "testfiles.h"
+#include "pagetree.h"
 
-#include "module/managerhelper.h"
 #include "theme/thememanager.h"
 #include "widgets/basesettingpage.h"
 #include "widgets/navtree.h"
 
-#include <pomr/centerwidget.h>
-#include <pomr/shell.h>
 #include <velk/moduleobject.h>
 #include <velk/resourcemanager.h>
 #include <velk/velk.h>
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QLabel>
 #include <QPushButton>
 #include <QtTest>
 
 namespace {
-
-pomr::CenterWidget* center()
-{
-    return pomr::instantiatedCenterWidget(nullptr);
-}
-
-int logCount(const QString& text)
-{
-    return QString::fromUtf8(readFile(QStringLiteral("log/zarvo.log"))).count(text);
-}
 
 // What a setting category publishes for its pages, in its order.
 void publish(pomr::BModule* category, const QStringList& pages)
@@ -73,9 +59,9 @@ private Q_SLOTS:
         m_category = new pomr::BModule;
         m_category->setObjectName("robot_setting");
         for (const char* page : {"motion", "io", "safety"}) {
-            center()->addPage(m_category, QString("robot_setting.") + page, new QLabel(page));
+            centerWidget()->addPage(m_category, QString("robot_setting.") + page, new QLabel(page));
         }
-        center()->switchTo(nullptr, "robot_setting.io");
+        centerWidget()->switchTo(nullptr, "robot_setting.io");
         m_nav = new zarvo::NavTree;
         m_nav->wgt()->show();
     }
@@ -104,7 +90,7 @@ private Q_SLOTS:
         QFETCH(QString, root);
         QFETCH(QStringList, texts);
         // Real setting pages, listed by the category installer.
-        for (const QString& page : {"safety", "motion", "io"}) {
+        for (const QString& page : QStringList{"safety", "motion", "io"}) {
             m_category->addSubmodule(
                 new zarvo::BaseSettingPage(page, page.toUpper(), nullptr, m_category));
         }
@@ -122,14 +108,6 @@ private Q_SLOTS:
         }
         QCOMPARE(buttonTexts(), texts);
         QCOMPARE(logCount("navigate to unknown category:"), warnings + (root.isEmpty() ? 0 : 1));
-    }
-
-    void renderUsesTheBodyStyle()
-    {
-        m_nav->render();
-        const QString font = theme()->buildStyleFromStr("$font$default");
-        QVERIFY(!font.isEmpty());
-        QVERIFY(m_nav->wgt()->styleSheet().contains(font));
     }
 
     void checkFollowsShownPage_data()
@@ -164,9 +142,9 @@ private Q_SLOTS:
         if (click) {
             QTest::mouseClick(m_nav->pageButton(page), Qt::LeftButton);
         } else {
-            center()->switchTo(nullptr, "robot_setting." + page);
+            centerWidget()->switchTo(nullptr, "robot_setting." + page);
         }
-        QCOMPARE(center()->currentKey(), shown);
+        QCOMPARE(centerWidget()->currentKey(), shown);
         QCOMPARE(buttonTexts(), texts);
         QCOMPARE(logCount("no page to show for:"), warnings + (page == "gone" ? 1 : 0));
     }

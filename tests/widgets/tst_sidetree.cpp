@@ -1,12 +1,8 @@
-#include "testfiles.h"
+#include "pagetree.h"
 
-#include "module/managerhelper.h"
 #include "theme/thememanager.h"
-#include "widgets/basepage.h"
 #include "widgets/sidetree.h"
 
-#include <pomr/centerwidget.h>
-#include <pomr/shell.h>
 #include <pomr/sidebar.h>
 #include <velk/moduleobject.h>
 #include <velk/velk.h>
@@ -14,48 +10,13 @@
 #include <QLabel>
 #include <QLayout>
 #include <QPushButton>
-#include <QStackedWidget>
 #include <QtTest>
 
 namespace {
 
-class Page : public zarvo::BasePage
-{
-public:
-    Page(const QString& name, const QString& label, QObject* parent)
-        : zarvo::BasePage(name, label, parent)
-        , m_widget(new QLabel(label))
-    {
-    }
-    ~Page() override { delete m_widget.data(); }
-    QWidget* wgt() override { return m_widget; }
-
-private:
-    QPointer<QWidget> m_widget;
-};
-
 velk::ModuleObject* tree(const QString& path)
 {
     return velk::m(QStringLiteral("zarvo.sidetree.") + path);
-}
-
-pomr::CenterWidget* center()
-{
-    return pomr::instantiatedCenterWidget(nullptr);
-}
-
-// Queued selections start further queued work; a bounded number of rounds settles it.
-void settle()
-{
-    for (int i = 0; i < 10; ++i) {
-        QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
-    }
-}
-
-int logCount(const QString& text)
-{
-    return QString::fromUtf8(readFile(QStringLiteral("log/zarvo.log"))).count(text);
 }
 
 QImage iconImage(const QIcon& icon)
@@ -75,25 +36,16 @@ class tst_SideTree : public QObject
     zarvo::SideTree* m_tree = nullptr;
     QObject* m_pages = nullptr;
 
-    Page* page(const QString& name, const QString& label, pomr::BModule* parent = nullptr)
-    {
-        auto* p = new Page(name, label, m_pages);
-        if (parent) {
-            parent->addSubmodule(p);
-        }
-        return p;
-    }
-
     void select(const QString& key)
     {
         tree(QStringLiteral("cur_") + key.section('.', 0, 0))->set(nullptr, key);
-        settle();
+        settleEvents();
     }
 
     void setRoot(const QString& root)
     {
         tree(QStringLiteral("cur_root"))->set(nullptr, root);
-        settle();
+        settleEvents();
     }
 
     QPushButton* button(const QString& key) { return m_tree->treeButton(key); }
@@ -116,15 +68,14 @@ private Q_SLOTS:
         pomr::instantiatedSideBar(nullptr)->show();
 
         m_pages = new QObject;
-        Page* robot = page("robot", "Robot");
-        page("joint", "Joint", robot);
-        Page* tool = page("tool", "Tool", robot);
-        page("frame", "Frame", tool);
-        page("load", "Load", tool);
-        page("world", "World", robot);
-        ManagerHelper::installSideTree(robot);
-        ManagerHelper::installSideTree(page("io", "IO"));
-        settle();
+        installPageTree(m_pages, {{"robot", "Robot"},
+                                  {"robot.joint", "Joint"},
+                                  {"robot.tool", "Tool"},
+                                  {"robot.tool.frame", "Frame"},
+                                  {"robot.tool.load", "Load"},
+                                  {"robot.world", "World"},
+                                  {"io", "IO"}});
+        settleEvents();
         m_tree->idle();
     }
 
@@ -135,34 +86,26 @@ private Q_SLOTS:
         pomr::destroyShell();
     }
 
+    // clang-format off
     void installBuildsButtonsAndPages_data()
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("label");
         QTest::addColumn<QString>("objectName"); // empty: no button
-        QTest::newRow("leaf under a root") << "robot.joint"
-                                           << "Joint"
-                                           << "btnChild";
-        QTest::newRow("parent") << "robot.tool"
-                                << "Tool"
-                                << "btnParent";
-        QTest::newRow("leaf under a parent") << "robot.tool.load"
-                                             << "Load"
-                                             << "btnChild";
-        QTest::newRow("root") << "robot"
-                              << "Robot"
-                              << "";
-        QTest::newRow("root without sub-pages") << "io"
-                                                << "IO"
-                                                << "";
+        QTest::newRow("leaf under a root") << "robot.joint" << "Joint" << "btnChild";
+        QTest::newRow("parent") << "robot.tool" << "Tool" << "btnParent";
+        QTest::newRow("leaf under a parent") << "robot.tool.load" << "Load" << "btnChild";
+        QTest::newRow("root") << "robot" << "Robot" << "";
+        QTest::newRow("root without sub-pages") << "io" << "IO" << "";
     }
+    // clang-format on
 
     void installBuildsButtonsAndPages()
     {
         QFETCH(QString, key);
         QFETCH(QString, label);
         QFETCH(QString, objectName);
-        QVERIFY(center()->getItemWgt(key));
+        QVERIFY(centerWidget()->getItemWgt(key));
         QCOMPARE(tree("root." + key)->getString(), label);
         QPushButton* b = button(key);
         QCOMPARE(b != nullptr, !objectName.isEmpty());
@@ -203,12 +146,14 @@ private Q_SLOTS:
         QFETCH(QString, prefix);
         QFETCH(bool, isPage);
         const QStringList roots = tree("root")->cmobjNames(true);
-        const QStringList pages = center()->itemKeys();
+        const QStringList pages = centerWidget()->itemKeys();
         pomr::BModule plain;
         plain.setObjectName("plain");
-        ManagerHelper::installSideTree(isPage ? page("stray", "Stray") : &plain, prefix);
+        LabelPage stray("stray", "Stray", nullptr);
+        ManagerHelper::installSideTree(isPage ? &stray : static_cast<pomr::BModule*>(&plain),
+                                       prefix);
         QCOMPARE(tree("root")->cmobjNames(true), roots);
-        QCOMPARE(center()->itemKeys(), pages);
+        QCOMPARE(centerWidget()->itemKeys(), pages);
     }
 
     void selectPage_data()
@@ -236,13 +181,13 @@ private Q_SLOTS:
 
         if (click) {
             QTest::mouseClick(button(key), Qt::LeftButton);
-            settle();
+            settleEvents();
         } else {
             tree("cur_robot")->set(nullptr, key);
-            settle();
+            settleEvents();
         }
         QVERIFY(!button("robot.joint")->isChecked());
-        QCOMPARE(center()->currentKey(), accepted ? key : QString("robot.joint"));
+        QCOMPARE(centerWidget()->currentKey(), accepted ? key : QString("robot.joint"));
         QCOMPARE(m_tree->history(), accepted ? QStringList{key} : QStringList());
         QCOMPARE(logCount("select unknown page:"), warnings + (accepted ? 0 : 1));
         if (accepted) {
@@ -304,15 +249,15 @@ private Q_SLOTS:
             } else if (step.startsWith('-')) {
                 velk::ModuleObject* item = tree("root." + step.mid(1));
                 item->pmobj()->remove(nullptr, item, true);
-                settle();
+                settleEvents();
             } else {
                 select(step);
             }
         }
         QTest::mouseClick(qobject_cast<QPushButton*>(form("btnBack")), Qt::LeftButton);
-        settle();
+        settleEvents();
         QCOMPARE(tree("cur_root")->getString(), root);
-        QCOMPARE(center()->currentKey(), shown);
+        QCOMPARE(centerWidget()->currentKey(), shown);
         QCOMPARE(m_tree->history(), history);
         QVERIFY(button(shown)->isChecked());
     }
@@ -322,10 +267,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("from");
         QTest::addColumn<QString>("root");
         QTest::addColumn<bool>("folded");
-        QTest::newRow("root without sub-pages") << "robot"
-                                                << "io" << true;
-        QTest::newRow("root with sub-pages") << "io"
-                                             << "robot" << false;
+        QTest::newRow("root without sub-pages") << QString("robot") << QString("io") << true;
+        QTest::newRow("root with sub-pages") << QString("io") << QString("robot") << false;
     }
 
     void foldFollowsRoot()
@@ -347,31 +290,64 @@ private Q_SLOTS:
         // Folded, only the button column is left.
         QVERIFY(!folded || backButton->width() < theme()->getSize(200) / 2);
         QCOMPARE(qobject_cast<QLabel*>(form("lblRoot"))->text(), tree("root." + root)->getString());
-        QCOMPARE(center()->currentKey(), folded ? root : QString("robot.joint"));
+        QCOMPARE(centerWidget()->currentKey(), folded ? root : QString("robot.joint"));
     }
 
-    void renderUsesTheBodyStyle()
+    void renderStylesTheColumn()
     {
         m_tree->render();
-        const QString font = theme()->buildStyleFromStr("$font$default");
-        QVERIFY(!font.isEmpty());
-        QVERIFY(m_tree->wgt()->styleSheet().contains(font));
+        for (const char* value : {"$font$default", "$color$topic"}) {
+            const QString expanded = theme()->buildStyleFromStr(value);
+            QVERIFY2(!expanded.isEmpty() && m_tree->wgt()->styleSheet().contains(expanded), value);
+        }
     }
 
-    void foldSwapsColours()
+    void rootSwitcher_data()
     {
-        const QString side = theme()->buildStyleFromStr("$color$sidetree_bkg");
-        const QString centre = theme()->buildStyleFromStr("$color$center_bkg");
-        if (side.isEmpty() || side == centre) {
-            QSKIP("the theme gives the side tree and the centre one colour");
+        // "click:<root>", "install:<root>", "label:<root>=<text>" or "remove:<root>".
+        QTest::addColumn<QString>("step");
+        QTest::addColumn<QStringList>("buttons"); // texts in order, "*" marks the checked one
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("at start") << "" << QStringList{"Robot*", "IO"} << "robot.joint";
+        // Folded to the button column, the initials stand for the labels.
+        QTest::newRow("click another root") << "click:io" << QStringList{"R", "I*"} << "io";
+        QTest::newRow("click the root shown")
+            << "click:robot" << QStringList{"Robot*", "IO"} << "robot.joint";
+        QTest::newRow("root installed late")
+            << "install:cell" << QStringList{"Robot*", "IO", "Cell"} << "robot.joint";
+        QTest::newRow("label changed")
+            << "label:io=E/A" << QStringList{"Robot*", "E/A"} << "robot.joint";
+        QTest::newRow("one root left: nothing to switch")
+            << "remove:io" << QStringList{"Robot*"} << "robot.joint";
+    }
+
+    void rootSwitcher()
+    {
+        QFETCH(QString, step);
+        QFETCH(QStringList, buttons);
+        QFETCH(QString, shown);
+        const QString root = step.section(':', 1).section('=', 0, 0);
+        if (step.startsWith("click:")) {
+            QTest::mouseClick(m_tree->rootButton(root), Qt::LeftButton);
+        } else if (step.startsWith("install:")) {
+            installPageTree(m_pages, {{root, "Cell"}});
+        } else if (step.startsWith("label:")) {
+            tree("root." + root)->set(nullptr, step.section('=', 1));
+        } else if (step.startsWith("remove:")) {
+            tree("root")->remove(nullptr, root, true);
         }
-        const QString sheet = QString("QWidget{background-color:%1;}");
-        m_tree->wgt()->setStyleSheet(sheet.arg(side));
-        m_tree->fold();
-        QCOMPARE(m_tree->wgt()->styleSheet(), sheet.arg(centre));
-        QCOMPARE(form("stkWgt")->styleSheet(), sheet.arg(centre));
-        m_tree->fold();
-        QCOMPARE(m_tree->wgt()->styleSheet(), sheet.arg(side));
+        settleEvents();
+        QWidget* strip = form("wgtRoots");
+        QStringList texts;
+        for (int i = 0; i < strip->layout()->count(); ++i) {
+            auto* b = qobject_cast<QPushButton*>(strip->layout()->itemAt(i)->widget());
+            QVERIFY(b && b->objectName() == "btnRoot" && b->isCheckable());
+            texts << b->text() + (b->isChecked() ? "*" : "");
+        }
+        QCOMPARE(texts, buttons);
+        QCOMPARE(strip->isVisible(), buttons.size() > 1);
+        QCOMPARE(centerWidget()->currentKey(), shown);
+        QCOMPARE(tree("cur_root")->getString(), shown.section('.', 0, 0));
     }
 
     void parentButtonOpensAndCloses()
@@ -383,7 +359,7 @@ private Q_SLOTS:
         const QImage closed = iconImage(theme()->getIcon("body", "navtree_parent_folded"));
         for (bool shown : {false, true, false}) {
             QTest::mouseClick(tool, Qt::LeftButton);
-            settle();
+            settleEvents();
             QCOMPARE(children->isVisible(), shown);
             QCOMPARE(tool->isChecked(), shown);
             QCOMPARE(iconImage(tool->icon()), shown ? open : closed);
@@ -395,19 +371,16 @@ private Q_SLOTS:
 
     void lateChangesShowAtOnce()
     {
-        Page* gripper = page("gripper", "Gripper");
-        ManagerHelper::installSideTree(gripper, "robot.tool");
+        installPageTree(m_pages, {{"gripper", "Gripper"}}, "robot.tool");
         QCOMPARE(button("robot.tool.gripper")->text(), QString("Gripper"));
         QVERIFY(button("robot.tool.gripper")->isVisible());
 
-        Page* cell = page("cell", "Cell");
-        page("fence", "Fence", cell);
-        ManagerHelper::installSideTree(cell);
+        installPageTree(m_pages, {{"cell", "Cell"}, {"cell.fence", "Fence"}});
         QCOMPARE(button("cell.fence")->objectName(), QString("btnChild"));
-        settle();
+        settleEvents();
         QCOMPARE(tree("cur_cell")->getString(), QString("cell.fence"));
         setRoot("cell");
-        QCOMPARE(center()->currentKey(), QString("cell.fence"));
+        QCOMPARE(centerWidget()->currentKey(), QString("cell.fence"));
         QVERIFY(button("cell.fence")->isChecked());
 
         // A label changed at run time (a language switch) renames the button or the heading.
@@ -422,13 +395,13 @@ private Q_SLOTS:
         velk::ModuleObject* tool = tree("root.robot.tool");
         tool->remove(nullptr, "frame", true);
         tool->remove(nullptr, "load", true);
-        settle();
+        settleEvents();
         QVERIFY(!button("robot.tool.frame") && !button("robot.tool.load"));
         QCOMPARE(button("robot.tool")->objectName(), QString("btnChild"));
         QVERIFY(!m_tree->wgt()->findChild<QWidget*>("wgtChild"));
         QTest::mouseClick(button("robot.tool"), Qt::LeftButton);
-        settle();
-        QCOMPARE(center()->currentKey(), QString("robot.tool"));
+        settleEvents();
+        QCOMPARE(centerWidget()->currentKey(), QString("robot.tool"));
     }
 
     void unannouncedItem_data()
@@ -458,12 +431,12 @@ private Q_SLOTS:
         const int warnings = logCount("switch to wrong root:");
         setRoot("nowhere");
         QCOMPARE(logCount("switch to wrong root:"), warnings + 1);
-        QCOMPARE(center()->currentKey(), QString("robot.world"));
+        QCOMPARE(centerWidget()->currentKey(), QString("robot.world"));
         QCOMPARE(tree("_page")->getString(), QString("nowhere"));
         QCOMPARE(m_tree->history(), QStringList{"robot.world"});
         // Pages of the root no longer shown are selected, not shown.
         select("robot.joint");
-        QCOMPARE(center()->currentKey(), QString("robot.world"));
+        QCOMPARE(centerWidget()->currentKey(), QString("robot.world"));
     }
 
     void idleForgetsSetupSelections()

@@ -223,6 +223,38 @@
 <context>
     <name>hmi::StatusPanel</name>
     <message>
+        <source>on</source>
+        <translation>开</translation>
+    </message>
+    <message>
+        <source>off</source>
+        <translation>关</translation>
+    </message>
+    <message>
+        <source>manual</source>
+        <translation>手动</translation>
+    </message>
+    <message>
+        <source>auto</source>
+        <translation>自动</translation>
+    </message>
+    <message>
+        <source>idle</source>
+        <translation>空闲</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>运行中</translation>
+    </message>
+    <message>
+        <source>paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>error</source>
+        <translation>故障</translation>
+    </message>
+    <message>
         <source> (last known)</source>
         <translation>（最后已知）</translation>
     </message>
@@ -387,6 +419,22 @@
 </context>
 <context>
     <name>hmi::UiCommand</name>
+    <message>
+        <source>Report blank pages, texts wider than their widget and widgets outside a screen of that size (default: the window&apos;s screen)</source>
+        <translation>报告空白页面、比所在控件更宽的文字，以及超出该尺寸屏幕的控件（默认：窗口所在的屏幕）</translation>
+    </message>
+    <message>
+        <source>%1: one screen size at most (usage: %2)</source>
+        <translation>%1：最多一个屏幕尺寸（用法：%2）</translation>
+    </message>
+    <message>
+        <source>%1: not a screen size: %2 (usage: %3)</source>
+        <translation>%1：不是屏幕尺寸：%2（用法：%3）</translation>
+    </message>
+    <message>
+        <source>%1: nothing found on %2x%3</source>
+        <translation>%1：在 %2x%3 上未发现问题</translation>
+    </message>
     <message>
         <source>Print the widget tree of the window, or below the first widget of that name, as one line of JSON</source>
         <translation>以一行 JSON 输出窗口（或该名称的第一个控件之下）的控件树</translation>
