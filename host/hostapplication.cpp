@@ -12,6 +12,7 @@
 #include "quitcommand.h"
 #include "signalwatcher.h"
 #include "statuspanel.h"
+#include "themefollower.h"
 #include "uicommand.h"
 #include "waitcommand.h"
 #include "windowmenus.h"
@@ -154,21 +155,13 @@ int HostApplication::run()
 
     pomr::LifecycleDriver driver;
     driver.startup(&host);
-    // The core module restyles its own pages when the theme or a zoom
-    // changes; further modules are its siblings and restyle here, after it
-    // (its theme manager watches the same index objects, connected earlier).
-    QObject restyle;
-    velk::ModuleObject* themeIndex = velk::m(QStringLiteral("zvtheme"));
-    for (const char* key : {"current", "size_zoom", "font_zoom"}) {
-        connect(themeIndex->cmobj(QLatin1String(key)), &velk::ModuleObject::changed, &restyle,
-                [&extraModules] {
-                    for (const QPointer<pomr::BModule>& extra : extraModules) {
-                        if (extra) {
-                            extra->startRender();
-                        }
-                    }
-                });
+    // The core module re-renders its own tree on a theme or zoom change; the
+    // further modules' pages must change with it, after it.
+    ThemeFollower themeFollower;
+    for (const QPointer<pomr::BModule>& extra : extraModules) {
+        themeFollower.addModule(extra);
     }
+    themeFollower.follow(QStringLiteral("zvtheme"));
     // After the lifecycle, when the link, its channel and its commands exist.
     LinkSupervisor link;
     link.setEnabled(m_options.reconnect());

@@ -8,6 +8,7 @@
 #include <QFont>
 #include <QIcon>
 #include <QJsonObject>
+#include <QPalette>
 #include <QPixmap>
 #include <QSize>
 #include <QStringList>
@@ -29,6 +30,10 @@ public:
 
     QString name() const override;
     void init() override;
+    // Gives the application the current theme's palette, so that what no
+    // render description reaches (window, menus, status bar, docks, console)
+    // follows the theme too; runs again with every re-render.
+    void render() override;
     void detach() override;
 
     // Resource aliases need nothing from the theme.
@@ -51,6 +56,8 @@ public:
     QSize getIconSize(const QString& name) const;
     QPixmap getIconPixmap(const QString& dir, const QString& file);
     QIcon getIcon(const QString& dir, const QString& file);
+    // `base` with every role that the current theme gives a colour for.
+    QPalette getPalette(const QPalette& base);
 
     QString curThemeName() const;
     void setCurrentTheme(const QString& name);

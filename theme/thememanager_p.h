@@ -3,6 +3,7 @@
 #include "theme/thememanager.h"
 
 #include <QList>
+#include <QPalette>
 #include <QSet>
 #include <QString>
 
@@ -49,5 +50,9 @@ public:
     // broken one that could not be moved aside).
     bool saveBlocked = false;
     QSet<QString> warned;
+    // The application's palette before the first theme touched it: every
+    // theme starts from it, so that switching back restores what it had.
+    QPalette platformPalette;
+    bool hasPlatformPalette = false;
     QList<velk::BaseCommand*> commands;
 };

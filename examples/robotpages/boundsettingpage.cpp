@@ -1,5 +1,7 @@
 #include "boundsettingpage.h"
 
+#include "pagestyle.h"
+
 #include <zarvo/binding.h>
 #include <zarvo/controllermanager.h>
 #include <zarvo/managerhelper.h>
@@ -45,6 +47,11 @@ void BoundSettingPage::init()
     if (rc()->isConnected()) {
         loadNow();
     }
+}
+
+void BoundSettingPage::render()
+{
+    renderPage(wgt());
 }
 
 void BoundSettingPage::loadFromRC()

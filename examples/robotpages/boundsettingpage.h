@@ -20,6 +20,9 @@ public:
     ~BoundSettingPage() override;
 
     void init() override;
+    // The setting-page rules and the robot pages' own, so that the frame the
+    // core module paints white follows the theme like the other pages.
+    void render() override;
 
 private:
     // Binds the object to the controller's answers (the catalogue exists from

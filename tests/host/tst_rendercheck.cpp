@@ -123,17 +123,19 @@ void TestRenderCheck::realWindow_data()
 {
     QTest::addColumn<QString>("theme");
     QTest::addColumn<QString>("language");
+    QTest::addColumn<QColor>("background");
 
     QTest::newRow("default theme, Chinese") << "zvtheme_default"
-                                            << "cn";
+                                            << "cn" << QColor("#ffffff");
     QTest::newRow("dark theme, English") << "zvtheme_dark"
-                                         << "en";
+                                         << "en" << QColor("#1e1f22");
 }
 
 void TestRenderCheck::realWindow()
 {
     QFETCH(QString, theme);
     QFETCH(QString, language);
+    QFETCH(QColor, background);
 
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
@@ -155,6 +157,9 @@ void TestRenderCheck::realWindow()
                  kStartMs),
              qPrintable(hmi.err));
     hmi.say("theme.set " + theme.toUtf8());
+    // A page of the module loaded beside the core module follows the switch.
+    const QString page = dir.filePath(QStringLiteral("status.png"));
+    hmi.say("ui.grab " + page.toUtf8() + " StatusPage");
     int checks = 0;
     for (const char* zoom : {"1", "1.5"}) {
         hmi.say(QByteArray("theme.zoom ") + zoom + ' ' + zoom);
@@ -175,6 +180,7 @@ void TestRenderCheck::realWindow()
     hmi.say("quit");
     QVERIFY(hmi.waitForFinished(kStartMs));
     QCOMPARE(hmi.exitCode(), 0);
+    QCOMPARE(QImage(page).pixelColor(1, 1), background);
 
     // Errors of every ui.* line, in either language ("ui.check: ...", "ui.click：...").
     const QRegularExpression problem(QStringLiteral("^ui\\.\\w+\\W.*$"),

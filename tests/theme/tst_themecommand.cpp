@@ -66,7 +66,8 @@ private Q_SLOTS:
             << "zvtheme_default" << 1.0;
         QTest::newRow("sheet") << QStringList{"theme.sheet body sidetree", "theme.sheet body nope",
                                               "theme.sheet body"}
-                               << QStringList{"QWidget{font:9pt \"Microsoft YaHei UI\";}"}
+                               << QStringList{"QWidget{background-color:#efefef;color:#000000;font:"
+                                              "9pt \"Microsoft YaHei UI\";}"}
                                << QStringList{"no render description body/nope",
                                               "usage: theme.sheet <group> <name>"}
                                << "zvtheme_default" << 1.0;
