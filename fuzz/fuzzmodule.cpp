@@ -20,7 +20,10 @@ void start(int* argc, char*** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("ZARVO_BROADCAST_ADDRESS", "127.0.0.1");
-    static QApplication app(*argc, *argv);
+    // Never destroyed: a static application would go after the font cache's
+    // thread storage at exit, and Qt would leave the cache behind.
+    static auto* app = new QApplication(*argc, *argv);
+    Q_UNUSED(app)
     static QTemporaryDir dir;
     if (!dir.isValid() || !QDir::setCurrent(dir.path())) {
         std::abort();
