@@ -5,21 +5,19 @@
 // The first byte picks what the rest is: 0 a property value, 1 a render
 // description (a rule or an array of rules), 2 the default theme's file.
 
-#include "controller/controllermanager.h"
+#include "fuzzmodule.h"
+
 #include "module/managerhelper.h"
-#include "module/zarvo.h"
 #include "theme/thememanager.h"
 
-#include <pomr/lifecycledriver.h>
 #include <velk/jsonfile.h>
-#include <velk/qlog.h>
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QTemporaryDir>
 
 #include <cstddef>
 #include <cstdint>
@@ -44,27 +42,9 @@ void expandSome(const QString& value)
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("ZARVO_BROADCAST_ADDRESS", "127.0.0.1");
-    static QApplication app(*argc, *argv);
-    static QTemporaryDir dir;
-    if (!dir.isValid() || !QDir::setCurrent(dir.path()) || !QDir().mkpath("zarvo/render/zvtheme")) {
+    fuzzmodule::start(argc, argv);
+    if (!QDir().mkpath(QFileInfo(kThemeFile).path())) {
         std::abort();
-    }
-    velk::QFLog::setRotation(1024 * 1024, 2);
-    const QJsonObject loopback{{"ip", "127.0.0.1"}, {"port", 9}};
-    velk::JsonFile::write(QStringLiteral("config/setting.json"),
-                          QJsonObject{{"language", "en"},
-                                      {"server", loopback},
-                                      {"upgrade_server", loopback},
-                                      {"local", QJsonObject{{"ip", ""}}},
-                                      {"udp", QJsonObject{{"local_port", 0}, {"server_port", 9}}}});
-    ControllerManager::setUpgradeDiscoveryPorts(0, 9);
-    static pomr::LifecycleDriver driver;
-    auto* module = new Zarvo;
-    for (auto phase : {pomr::LifecycleDriver::Setup, pomr::LifecycleDriver::AfterSetup,
-                       pomr::LifecycleDriver::Init, pomr::LifecycleDriver::AfterInit}) {
-        driver.runPhase(module, phase);
     }
     return 0;
 }

@@ -9,7 +9,7 @@
 
 namespace zarvo {
 
-enum ErrorType {
+enum ErrorType : int {
     NeedInput = 0,
     NeedSelect = 1,
     OperatorNotAllowed = 2,

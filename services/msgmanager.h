@@ -7,7 +7,7 @@
 #include <QMessageBox>
 
 // The value picks a box's title and icon; anything outside 1..6 is MSG_DEFAULT.
-enum MSG_TYPE {
+enum MSG_TYPE : int {
     MSG_DEFAULT = 0,
     MSG_WARNING = 1,
     MSG_INFORMATION = 2,

@@ -16,7 +16,13 @@
 namespace {
 
 constexpr int kWaitMs = 60000;
-#if defined(__SANITIZE_ADDRESS__)
+// GCC says so with a macro, clang with a feature test.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZARVO_ASAN 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(ZARVO_ASAN)
 // The sanitizer holds freed memory back in its quarantine.
 constexpr long kRssGrowthKb = 400 * 1024;
 #else
